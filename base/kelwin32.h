@@ -1,0 +1,24 @@
+// The only door to the Win32 interface. The library is written in Win32 terms:
+// on Windows this is <windows.h>; elsewhere it is the library's own
+// implementation of the subset it needs (base/win32), with Win32's names,
+// constants, error codes and failure points.
+#ifndef BASEKEL_KELWIN32_H
+#define BASEKEL_KELWIN32_H
+
+#if defined(_WIN32)
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#else
+#include "win32/types.h"
+#include "win32/errors.h"
+#include "win32/lasterror.h"
+#include "win32/codepage.h"
+#include "win32/system.h"
+#endif
+
+#endif
