@@ -5,4 +5,6 @@
 #include "kelexport.h"
 #include "kelwin32.h"
 
+#include "TString.h"
+
 #endif

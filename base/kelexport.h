@@ -1,5 +1,6 @@
-// The one macro that marks the library's exported interface. Everything else
-// is hidden, on Linux by the visibility preset and on Windows by default.
+// The compiler-specific markers of the library's interface, kept in this one
+// header: the export macro (everything else is hidden, on Linux by the
+// visibility preset and on Windows by default) and printf-format checking.
 #ifndef BASEKEL_KELEXPORT_H
 #define BASEKEL_KELEXPORT_H
 
@@ -11,6 +12,14 @@
 #endif
 #else
 #define BASEKEL_API __attribute__((visibility("default")))
+#endif
+
+// Lets the compiler check printf-style arguments of the library's formatting
+// functions (format index, first argument index; 'this' counts as 1).
+#if defined(__GNUC__)
+#define BASEKEL_PRINTF_FORMAT(fmt, first) __attribute__((format(printf, fmt, first)))
+#else
+#define BASEKEL_PRINTF_FORMAT(fmt, first)
 #endif
 
 #endif

@@ -136,9 +136,13 @@ TempDir::TempDir() {
     }
 }
 
-TempDir::~TempDir() { remove_tree(m_path); }
+TempDir::~TempDir() {
+    remove_tree(m_path);
+}
 
-std::string TempDir::file(const std::string& name) const { return m_path + kSeparator + name; }
+std::string TempDir::file(const std::string& name) const {
+    return m_path + kSeparator + name;
+}
 
 ChildRegistration::ChildRegistration(const char* name, ChildFunction function) {
     children()[name] = function;
@@ -184,7 +188,9 @@ ChildProcess::~ChildProcess() {
     delete m_impl;
 }
 
-bool ChildProcess::Started() const { return m_impl->started; }
+bool ChildProcess::Started() const {
+    return m_impl->started;
+}
 
 int ChildProcess::Wait() {
     if (!m_impl->started)
@@ -219,7 +225,9 @@ ChildProcess::~ChildProcess() {
     delete m_impl;
 }
 
-bool ChildProcess::Started() const { return m_impl->pid > 0; }
+bool ChildProcess::Started() const {
+    return m_impl->pid > 0;
+}
 
 int ChildProcess::Wait() {
     if (m_impl->pid <= 0)

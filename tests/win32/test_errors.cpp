@@ -16,9 +16,9 @@ namespace {
 
 std::string SystemText(DWORD code) {
     char buffer[512] = {};
-    DWORD n = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                             code, MAKELANGID(LANG_ENGLISH, SUBLANG_DEFAULT), buffer,
-                             sizeof buffer, nullptr);
+    DWORD n =
+        FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                       MAKELANGID(LANG_ENGLISH, SUBLANG_DEFAULT), buffer, sizeof buffer, nullptr);
     return std::string(buffer, n);
 }
 
@@ -68,10 +68,9 @@ TEST(SystemMessageText, IsWindowsEnglishText) {
 
 TEST(SystemMessageText, AllocatesWhenAsked) {
     char* text = nullptr;
-    DWORD n = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ALLOCATE_BUFFER |
-                                 FORMAT_MESSAGE_IGNORE_INSERTS,
-                             nullptr, ERROR_SHARING_VIOLATION, 0,
-                             reinterpret_cast<LPSTR>(&text), 0, nullptr);
+    DWORD n = FormatMessageA(
+        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS,
+        nullptr, ERROR_SHARING_VIOLATION, 0, reinterpret_cast<LPSTR>(&text), 0, nullptr);
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(std::string(text, n), SystemText(ERROR_SHARING_VIOLATION));
     LocalFree(text);
