@@ -53,7 +53,8 @@ build() {
 mkdir -p "$top/build"
 
 step "Linux, AddressSanitizer + UndefinedBehaviorSanitizer"
-if build "$top/build/asan" -DCMAKE_BUILD_TYPE=Debug -DBASEKEL_SANITIZE=address,undefined; then
+if build "$top/build/asan" -DCMAKE_BUILD_TYPE=Debug -DBASEKEL_SANITIZE=address,undefined \
+        -DBASEKEL_BUILD_BENCH=ON; then
     ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 run_ctest "$top/build/asan"
 else
     status=1; failed=$((failed + 1))
