@@ -72,6 +72,8 @@
     X(ERROR_PIPE_NOT_CONNECTED, 233, "No process is on the other end of the pipe.")              \
     X(ERROR_MORE_DATA, 234, "More data is available.")                                           \
     X(WAIT_TIMEOUT, 258, "The wait operation timed out.")                                        \
+    X(ERROR_ENVVAR_NOT_FOUND, 203, "The system could not find the environment option that was "  \
+                                   "entered.")                                                  \
     X(ERROR_DIRECTORY, 267, "The directory name is invalid.")                                    \
     X(ERROR_NOT_OWNER, 288, "Attempt to release mutex not owned by caller.")                     \
     X(ERROR_TOO_MANY_POSTS, 298, "Too many posts were made to a semaphore.")                     \
