@@ -4,5 +4,7 @@
 
 #include "kelexport.h"
 #include "kelwin32.h"
+#include "SmartPtr.h"
+#include "Lists.h"
 
 #endif
