@@ -6,5 +6,7 @@
 #include "kelwin32.h"
 #include "SmartPtr.h"
 #include "Lists.h"
+#include "Geometry.h"
+#include "Transform.h"
 
 #endif
