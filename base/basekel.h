@@ -8,5 +8,6 @@
 #include "Lists.h"
 #include "Geometry.h"
 #include "Transform.h"
+#include "LinePath.h"
 
 #endif
