@@ -4,6 +4,11 @@
 
 #include "kelexport.h"
 #include "kelwin32.h"
+#include "SmartPtr.h"
+#include "Lists.h"
+#include "Geometry.h"
+#include "Transform.h"
+#include "LinePath.h"
 
 #include "TString.h"
 #include "FileString.h"
