@@ -4,8 +4,12 @@
 #include "codepage_support.h"
 #include "testsupport.h"
 
+#include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
+#include <thread>
 
 using namespace cptest;
 
@@ -93,6 +97,47 @@ TEST(ConversionLengths, LargestOutputSizeIsAccepted) {
               100000);
     EXPECT_EQ(out, std::string(99999, 'Q') + '\0');
     EXPECT_EQ(GetLastError(), kUntouchedError);
+}
+
+// The output may overlap the input ahead of it: each unit is read before its
+// byte is written.
+TEST(ConversionLengths, OutputOverlappingTheInput) {
+    const Units text = Z(u"just a test");
+    std::vector<char> buffer(64, kByteMarker);
+    std::memcpy(buffer.data() + 1, text.data(), text.size() * sizeof(WCHAR));
+    SetLastError(kUntouchedError);
+    WCHAR* overlapping = reinterpret_cast<WCHAR*>(buffer.data() + 1);
+    EXPECT_EQ(WideCharToMultiByte(1252, 0, overlapping, -1, buffer.data(), 64, nullptr, nullptr),
+              12);
+    EXPECT_STREQ(buffer.data(), "just a test");
+    EXPECT_EQ(GetLastError(), kUntouchedError);
+}
+
+// The conversions keep no state between calls: threads converting at once
+// get the same results as one alone.
+TEST(ConversionThreads, ConcurrentConversionsAgree) {
+    std::string bytes;
+    for (int b = 1; b < 256; ++b)
+        bytes.push_back(static_cast<char>(b));
+    const Units expected = ToWide(CP_ACP, 0, bytes).Written();
+    std::atomic<int> mismatches{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 200; ++round) {
+                WCHAR wide[256];
+                char back[256];
+                const int n = MultiByteToWideChar(CP_ACP, 0, bytes.data(), 255, wide, 256);
+                const int m = WideCharToMultiByte(CP_ACP, 0, wide, n, back, 256, nullptr, nullptr);
+                if (n != 255 || !std::equal(wide, wide + n, expected.begin()) || m != 255 ||
+                    bytes.compare(0, 255, back, 255) != 0)
+                    ++mismatches;
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(mismatches.load(), 0);
 }
 
 TEST(ConversionErrors, InvalidParameters) {

@@ -111,6 +111,34 @@ bool is_low_surrogate(WCHAR unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
+// The UTF-16 input, read unit by unit through memcpy: Windows accepts text
+// that is not aligned to two bytes (even overlapping the output ahead of it).
+class WideText {
+public:
+    WideText(LPCWSTR text, int length)
+        : m_bytes(reinterpret_cast<const char*>(text)), m_length(length) {}
+
+    WCHAR operator[](int i) const {
+        WCHAR unit;
+        std::memcpy(&unit, m_bytes + static_cast<std::size_t>(i) * sizeof(WCHAR), sizeof unit);
+        return unit;
+    }
+    int Length() const { return m_length; }
+
+    // The length up to and including the terminating NUL.
+    static int MeasureTerminated(LPCWSTR text) {
+        const WideText all(text, INT_MAX);
+        int length = 0;
+        while (length < INT_MAX - 1 && all[length] != 0)
+            ++length;
+        return length + 1;
+    }
+
+private:
+    const char* m_bytes;
+    int m_length;
+};
+
 bool is_nonspacing_mark(WCHAR unit) {
     const MarkRange* end = kNonspacingMarks + sizeof kNonspacingMarks / sizeof kNonspacingMarks[0];
     const MarkRange* range = std::upper_bound(
@@ -211,7 +239,8 @@ public:
         : m_page(page), m_flags(flags),
           m_defaultByte(defaultChar ? static_cast<BYTE>(defaultChar[0]) : page.defaultByte) {}
 
-    int Convert(const WCHAR* src, int length, Output<char>& out) {
+    int Convert(const WideText& src, Output<char>& out) {
+        const int length = src.Length();
         for (int i = 0; i < length; ++i) {
             bool written = true;
             if ((m_flags & WC_COMPOSITECHECK) && i + 1 < length &&
@@ -393,14 +422,16 @@ int encode_utf8(unsigned long codePoint, char* bytes) {
 }
 
 // A lone surrogate becomes U+FFFD (EF BF BD).
-int wide_to_utf8(DWORD flags, const WCHAR* src, int length, Output<char>& out) {
+int wide_to_utf8(DWORD flags, const WideText& src, Output<char>& out) {
     bool invalid = false;
+    const int length = src.Length();
     for (int i = 0; i < length && !out.Full(); ++i) {
-        unsigned long codePoint = src[i];
-        if (is_high_surrogate(src[i]) && i + 1 < length && is_low_surrogate(src[i + 1])) {
-            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (src[i + 1] - 0xDC00);
+        const WCHAR unit = src[i];
+        unsigned long codePoint = unit;
+        if (is_high_surrogate(unit) && i + 1 < length && is_low_surrogate(src[i + 1])) {
+            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (src[i + 1] - 0xDC00u);
             ++i;
-        } else if (is_high_surrogate(src[i]) || is_low_surrogate(src[i])) {
+        } else if (is_high_surrogate(unit) || is_low_surrogate(unit)) {
             invalid = true;
             codePoint = kReplacementCharacter;
         }
@@ -408,13 +439,6 @@ int wide_to_utf8(DWORD flags, const WCHAR* src, int length, Output<char>& out) {
         out.Put(bytes, encode_utf8(codePoint, bytes));
     }
     return finish(out, invalid, (flags & WC_ERR_INVALID_CHARS) != 0);
-}
-
-int wide_length(const WCHAR* text) {
-    int length = 0;
-    while (text[length] != 0 && length < INT_MAX - 1)
-        ++length;
-    return length + 1; // with the terminating NUL
 }
 
 int byte_length(const char* text) {
@@ -478,15 +502,16 @@ int WideCharToMultiByte(UINT CodePage, DWORD dwFlags, LPCWSTR lpWideCharStr, int
         return invalid_flags(); // WC_ERR_INVALID_CHARS is for UTF-8 only
     }
 
-    const int length = cchWideChar < 0 ? wide_length(lpWideCharStr) : cchWideChar;
+    const WideText text(lpWideCharStr,
+                        cchWideChar < 0 ? WideText::MeasureTerminated(lpWideCharStr) : cchWideChar);
     Output<char> out(lpMultiByteStr, cbMultiByte);
     if (codePage == CP_UTF8)
-        return wide_to_utf8(dwFlags, lpWideCharStr, length, out);
+        return wide_to_utf8(dwFlags, text, out);
 
     if (lpUsedDefaultChar)
         *lpUsedDefaultChar = FALSE;
     SingleByteEncoder encoder(*find_single_byte(codePage), dwFlags, lpDefaultChar);
-    const int result = encoder.Convert(lpWideCharStr, length, out);
+    const int result = encoder.Convert(text, out);
     if (lpUsedDefaultChar && encoder.UsedDefault())
         *lpUsedDefaultChar = TRUE;
     return result;
