@@ -1,0 +1,233 @@
+#!/usr/bin/env python3
+"""Generates the code-page tables of the Linux platform layer.
+
+    tools/gen_codepage.py            regenerates every table below base/src/win32
+
+For each tools/data/bestfitNNNN.txt (Microsoft's published best-fit table of a
+single-byte Windows code page) it writes base/src/win32/codepage_NNNN.inc:
+
+- the byte -> UTF-16 table (MBTABLE), with the bytes the table leaves out
+  marked as undefined,
+- the UTF-16 -> byte table (WCTABLE, best-fit mappings included): a direct
+  table for U+0000..U+00FF and a sorted list for the units above; units the
+  table leaves out get the code page's default character,
+- the canonical decompositions of the code page's characters (MB_COMPOSITE),
+- the canonical compositions whose result the code page can represent
+  (WC_COMPOSITECHECK).
+
+It also writes base/src/win32/codepage_marks.inc, the nonspacing marks
+(general category Mn) of the Basic Multilingual Plane as ranges.
+
+Compositions and marks come from Python's unicodedata; the Unicode version is
+recorded in the generated files. Only the standard library is used.
+"""
+
+import pathlib
+import re
+import sys
+import unicodedata
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+DATA = ROOT / "tools" / "data"
+OUT = ROOT / "base" / "src" / "win32"
+
+
+class BestFitTable:
+    """The sections of one bestfit*.txt file that a single-byte code page uses."""
+
+    def __init__(self, path):
+        self.path = path
+        self.codepage = None
+        self.default_byte = None
+        self.default_unicode = None
+        self.to_unicode = {}  # byte -> unit
+        self.from_unicode = {}  # unit -> byte
+        self._parse(path.read_text(encoding="ascii"))
+
+    def _parse(self, text):
+        section = None
+        expected = {}
+        for raw in text.splitlines():
+            line = raw.split(";", 1)[0].strip()
+            if not line:
+                continue
+            words = line.split()
+            keyword = words[0].upper()
+            if keyword == "CODEPAGE":
+                self.codepage = int(words[1])
+            elif keyword == "CPINFO":
+                if int(words[1]) != 1:
+                    sys.exit(f"{self.path}: only single-byte code pages are supported")
+                self.default_byte = int(words[2], 16)
+                self.default_unicode = int(words[3], 16)
+            elif keyword in ("MBTABLE", "WCTABLE"):
+                section = keyword
+                expected[section] = int(words[1])
+            elif keyword in ("DBCSRANGE", "DBCSTABLE"):
+                sys.exit(f"{self.path}: double-byte sections are not supported")
+            elif keyword == "ENDCODEPAGE":
+                section = None
+            elif re.fullmatch(r"0x[0-9a-fA-F]+", words[0]) and section:
+                source, target = int(words[0], 16), int(words[1], 16)
+                table = self.to_unicode if section == "MBTABLE" else self.from_unicode
+                if source in table:
+                    sys.exit(f"{self.path}: {section} maps 0x{source:x} twice")
+                table[source] = target
+            else:
+                section = None  # a section this generator does not use
+        if None in (self.codepage, self.default_byte, self.default_unicode):
+            sys.exit(f"{self.path}: CODEPAGE or CPINFO missing")
+        for name, table in (("MBTABLE", self.to_unicode), ("WCTABLE", self.from_unicode)):
+            if expected.get(name) != len(table):
+                sys.exit(f"{self.path}: {name} announces {expected.get(name)} entries, "
+                         f"has {len(table)}")
+
+    def byte_for(self, unit):
+        return self.from_unicode.get(unit, self.default_byte)
+
+    def represents(self, unit):
+        """True when the unit converts to something other than the default character,
+        or to the default character because it is the default character."""
+        byte = self.byte_for(unit)
+        return byte != self.default_byte or self.to_unicode.get(byte) == unit
+
+
+def hex_rows(values, width, per_line, indent="    "):
+    items = [f"0x{v:0{width}x}," for v in values]
+    return [indent + " ".join(items[i:i + per_line]) for i in range(0, len(items), per_line)]
+
+
+def canonical_compositions():
+    """(base, mark) -> composed, for every primary composite of the BMP."""
+    pairs = {}
+    for code in range(0x10000):
+        if 0xD800 <= code <= 0xDFFF:
+            continue
+        decomposition = unicodedata.decomposition(chr(code))
+        if not decomposition or decomposition.startswith("<"):
+            continue
+        parts = [int(p, 16) for p in decomposition.split()]
+        if len(parts) != 2 or max(parts) > 0xFFFF:
+            continue
+        if unicodedata.normalize("NFC", chr(parts[0]) + chr(parts[1])) == chr(code):
+            pairs[(parts[0], parts[1])] = code
+    return pairs
+
+
+def generate_codepage(table, compositions):
+    cp = table.codepage
+    lines = [
+        f"// Code page {cp}, generated by tools/gen_codepage.py from",
+        f"// tools/data/{table.path.name} (Microsoft's published best-fit table) and",
+        f"// Unicode {unicodedata.unidata_version} compositions. Do not edit.",
+        "",
+        f"namespace cp{cp} {{",
+        "",
+    ]
+    to_unicode = [table.to_unicode.get(b, table.default_unicode) for b in range(256)]
+    lines.append("// Byte -> UTF-16.")
+    lines.append("const WCHAR kToUnicode[256] = {")
+    lines += hex_rows(to_unicode, 4, 8)
+    lines.append("};")
+    lines.append("")
+    undefined = [0] * 32
+    for b in range(256):
+        if b not in table.to_unicode:
+            undefined[b // 8] |= 1 << (b % 8)
+    lines.append("// Bytes the code page does not define, one bit each (MB_ERR_INVALID_CHARS).")
+    lines.append("const BYTE kUndefinedBytes[32] = {")
+    lines += hex_rows(undefined, 2, 16)
+    lines.append("};")
+    lines.append("")
+
+    low = [table.byte_for(unit) for unit in range(256)]
+    lines.append("// U+0000..U+00FF -> byte, best fit included.")
+    lines.append("const BYTE kFromLatin1[256] = {")
+    lines += hex_rows(low, 2, 16)
+    lines.append("};")
+    lines.append("")
+    high = sorted((unit, byte) for unit, byte in table.from_unicode.items() if unit >= 0x100)
+    lines.append("// U+0100 and above -> byte, best fit included, sorted by unit; units not")
+    lines.append("// listed convert to the default character.")
+    lines.append(f"const UnitMapping kFromUnicode[{len(high)}] = {{")
+    items = [f"{{0x{unit:04x}, 0x{byte:02x}}}," for unit, byte in high]
+    lines += ["    " + " ".join(items[i:i + 6]) for i in range(0, len(items), 6)]
+    lines.append("};")
+    lines.append("")
+
+    decompositions = []
+    for b in sorted(table.to_unicode):
+        unit = table.to_unicode[b]
+        nfd = unicodedata.normalize("NFD", chr(unit))
+        if nfd != chr(unit):
+            if len(nfd) != 2:
+                sys.exit(f"code page {cp}: byte 0x{b:02x} decomposes into {len(nfd)} units")
+            decompositions.append((b, ord(nfd[0]), ord(nfd[1])))
+    lines.append("// Canonical decompositions of the code page's characters (MB_COMPOSITE).")
+    lines.append(f"const DecomposedByte kDecompositions[{len(decompositions)}] = {{")
+    items = [f"{{0x{b:02x}, 0x{base:04x}, 0x{mark:04x}}}," for b, base, mark in decompositions]
+    lines += ["    " + " ".join(items[i:i + 3]) for i in range(0, len(items), 3)]
+    lines.append("};")
+    lines.append("")
+
+    usable = sorted((base, mark, composed) for (base, mark), composed in compositions.items()
+                    if table.represents(composed))
+    lines.append("// Base + nonspacing mark -> precomposed character, for the precomposed")
+    lines.append("// characters the code page represents (WC_COMPOSITECHECK); sorted by base,")
+    lines.append("// then mark.")
+    lines.append(f"const Composition kCompositions[{len(usable)}] = {{")
+    items = [f"{{0x{base:04x}, 0x{mark:04x}, 0x{composed:04x}}},"
+             for base, mark, composed in usable]
+    lines += ["    " + " ".join(items[i:i + 3]) for i in range(0, len(items), 3)]
+    lines.append("};")
+    lines.append("")
+    lines.append(f"}} // namespace cp{cp}")
+    lines.append("")
+    lines.append(f"const SingleByteCodePage kCodePage{cp} = {{")
+    lines.append(f"    {cp}, 0x{table.default_byte:02x},")
+    lines.append(f"    cp{cp}::kToUnicode, cp{cp}::kUndefinedBytes,")
+    lines.append(f"    cp{cp}::kFromLatin1, cp{cp}::kFromUnicode,")
+    lines.append(f"    sizeof cp{cp}::kFromUnicode / sizeof cp{cp}::kFromUnicode[0],")
+    lines.append(f"    cp{cp}::kDecompositions,")
+    lines.append(f"    sizeof cp{cp}::kDecompositions / sizeof cp{cp}::kDecompositions[0],")
+    lines.append(f"    cp{cp}::kCompositions,")
+    lines.append(f"    sizeof cp{cp}::kCompositions / sizeof cp{cp}::kCompositions[0],")
+    lines.append("};")
+    return "\n".join(lines) + "\n"
+
+
+def generate_marks():
+    ranges = []
+    for code in range(0x10000):
+        if unicodedata.category(chr(code)) != "Mn":
+            continue
+        if ranges and ranges[-1][1] == code - 1:
+            ranges[-1][1] = code
+        else:
+            ranges.append([code, code])
+    lines = [
+        "// The nonspacing marks (general category Mn) of the Basic Multilingual Plane,",
+        f"// Unicode {unicodedata.unidata_version}, generated by tools/gen_codepage.py. Do not edit.",
+        "",
+        f"const MarkRange kNonspacingMarks[{len(ranges)}] = {{",
+    ]
+    items = [f"{{0x{first:04x}, 0x{last:04x}}}," for first, last in ranges]
+    lines += ["    " + " ".join(items[i:i + 5]) for i in range(0, len(items), 5)]
+    lines.append("};")
+    return "\n".join(lines) + "\n"
+
+
+def main():
+    compositions = canonical_compositions()
+    for path in sorted(DATA.glob("bestfit*.txt")):
+        table = BestFitTable(path)
+        target = OUT / f"codepage_{table.codepage}.inc"
+        target.write_text(generate_codepage(table, compositions), encoding="ascii")
+        print(f"wrote {target.relative_to(ROOT)}")
+    target = OUT / "codepage_marks.inc"
+    target.write_text(generate_marks(), encoding="ascii")
+    print(f"wrote {target.relative_to(ROOT)}")
+
+
+if __name__ == "__main__":
+    main()
