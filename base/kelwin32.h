@@ -19,6 +19,7 @@
 #include "win32/lasterror.h"
 #include "win32/codepage.h"
 #include "win32/system.h"
+#include "win32/tls.h"
 #endif
 
 #endif
