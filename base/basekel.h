@@ -6,5 +6,6 @@
 #include "kelwin32.h"
 
 #include "TString.h"
+#include "MessageSystem.h"
 
 #endif
