@@ -7,5 +7,6 @@
 
 #include "TString.h"
 #include "MessageSystem.h"
+#include "Error.h"
 
 #endif
