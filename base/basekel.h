@@ -12,5 +12,7 @@
 
 #include "TString.h"
 #include "FileString.h"
+#include "MessageSystem.h"
+#include "Error.h"
 
 #endif

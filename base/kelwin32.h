@@ -20,6 +20,7 @@
 #include "win32/codepage.h"
 #include "win32/system.h"
 #include "win32/gdi.h"
+#include "win32/tls.h"
 #endif
 
 #endif

@@ -102,7 +102,8 @@
     X(ERROR_NOT_FOUND, 1168, "Element not found.")                                               \
     X(ERROR_TIMEOUT, 1460, "This operation returned because the timeout period expired.")        \
     X(ERROR_DISK_QUOTA_EXCEEDED, 1295, "The requested operation cannot be completed due to a "   \
-                                       "disk quota violation.")
+                                       "disk quota violation.")                                  \
+    X(ERROR_NO_MORE_ITEMS, 259, "No more data is available.")
 
 #define KELWIN_DEFINE_ERROR_CODE(name, value, text) constexpr DWORD name = value;
 KELWIN_ERROR_CODES(KELWIN_DEFINE_ERROR_CODE)
