@@ -19,6 +19,8 @@
 #include "win32/lasterror.h"
 #include "win32/codepage.h"
 #include "win32/system.h"
+#include "win32/handles.h"
+#include "win32/sync.h"
 #endif
 
 #endif
