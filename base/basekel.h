@@ -4,5 +4,6 @@
 
 #include "kelexport.h"
 #include "kelwin32.h"
+#include "Sync.h"
 
 #endif
