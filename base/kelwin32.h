@@ -21,6 +21,7 @@
 #include "win32/system.h"
 #include "win32/handles.h"
 #include "win32/sync.h"
+#include "win32/findclose.h"
 #endif
 
 #endif

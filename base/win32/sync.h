@@ -17,7 +17,6 @@
 
 #if !defined(_WIN32)
 
-#include "handles.h"
 #include "types.h"
 
 #define WAIT_OBJECT_0 0x00000000u

@@ -1,8 +1,12 @@
-// The kernel objects of the Linux platform layer and the handle table that
-// names them. Every kind of object (events, mutexes, semaphores here; files,
-// find handles, pipes in their own files) derives from KernelObject and gets
-// its HANDLE from handle_insert. Objects that WaitForSingleObject and
-// WaitForMultipleObjects can wait on derive from Waitable.
+// The kernel objects of the Linux platform layer that one can wait on, the
+// table of handles that names them, and the hook by which CloseHandle reaches
+// the tables of every service.
+//
+// Events, mutexes and semaphores derive from Waitable and get their HANDLE
+// from handle_insert; so does any later kind that WaitForSingleObject and
+// WaitForMultipleObjects must reach (a pipe end, a process). Services with
+// objects of their own (files, searches) keep their own tables in their own
+// value ranges and register a CloseHook.
 #ifndef BASEKEL_SRC_WIN32_OBJECTS_H
 #define BASEKEL_SRC_WIN32_OBJECTS_H
 
@@ -22,7 +26,6 @@ enum class ObjectKind : std::uint32_t {
     Event = 1,
     Mutex = 2,
     Semaphore = 3,
-    Find = 16, // closed by FindClose, not by CloseHandle
 };
 
 // Anything a HANDLE names. It is destroyed when its last handle is closed and
@@ -86,8 +89,9 @@ public:
     void announce_to_multi_waiters();
 };
 
-// Puts an object into the handle table. Returns null with the last error set
-// when the table cannot grow.
+// Puts an object into the table of waitable objects (handle values 0x300000,
+// 0x300004, ...). Returns null with the last error set when the table cannot
+// grow.
 HANDLE handle_insert(std::shared_ptr<KernelObject> object);
 
 // The object a handle names, or null (the last error is not touched).
@@ -97,9 +101,11 @@ std::shared_ptr<KernelObject> handle_lookup(HANDLE handle);
 // ERROR_INVALID_HANDLE set.
 std::shared_ptr<Waitable> waitable_lookup(HANDLE handle);
 
-// Removes a handle from the table and gives its object back, or null when the
-// handle names nothing. The object goes when the caller drops it.
-std::shared_ptr<KernelObject> handle_remove(HANDLE handle);
+// CloseHandle asks each registered hook in turn whether the handle is one of
+// its own; the hook that owns it closes it, stores the result and returns
+// true. A handle no hook owns is invalid.
+using CloseHook = bool (*)(HANDLE handle, BOOL* result);
+void register_close_hook(CloseHook hook);
 
 } // namespace kelwin
 
