@@ -14,5 +14,6 @@
 #include "FileString.h"
 #include "MessageSystem.h"
 #include "Error.h"
+#include "Sync.h"
 
 #endif

@@ -21,6 +21,9 @@
 #include "win32/system.h"
 #include "win32/gdi.h"
 #include "win32/tls.h"
+#include "win32/handles.h"
+#include "win32/sync.h"
+#include "win32/findclose.h"
 #endif
 
 #endif

@@ -61,5 +61,12 @@ typedef std::size_t SIZE_T;
 #define MAX_PATH 260
 #define INFINITE 0xFFFFFFFFu
 
+// Records shared by several services (files, synchronisation objects, pipes).
+typedef struct _SECURITY_ATTRIBUTES {
+    DWORD nLength;
+    LPVOID lpSecurityDescriptor;
+    BOOL bInheritHandle;
+} SECURITY_ATTRIBUTES, *PSECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
+
 #endif // !_WIN32
 #endif
