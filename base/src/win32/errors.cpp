@@ -90,8 +90,8 @@ DWORD kelwin_error_from_errno(int errnum) {
     return ERROR_GEN_FAILURE;
 }
 
-DWORD FormatMessageA(DWORD dwFlags, LPCVOID, DWORD dwMessageId, DWORD, LPSTR lpBuffer,
-                     DWORD nSize, va_list*) {
+DWORD FormatMessageA(DWORD dwFlags, LPCVOID, DWORD dwMessageId, DWORD, LPSTR lpBuffer, DWORD nSize,
+                     va_list*) {
     if (!(dwFlags & FORMAT_MESSAGE_FROM_SYSTEM) ||
         (dwFlags & (FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_FROM_HMODULE)) || !lpBuffer) {
         kelwin::fail(ERROR_INVALID_PARAMETER);

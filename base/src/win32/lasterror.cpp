@@ -8,9 +8,13 @@ namespace {
 thread_local DWORD t_lastError = ERROR_SUCCESS;
 }
 
-DWORD GetLastError() { return t_lastError; }
+DWORD GetLastError() {
+    return t_lastError;
+}
 
-void SetLastError(DWORD dwErrCode) { t_lastError = dwErrCode; }
+void SetLastError(DWORD dwErrCode) {
+    t_lastError = dwErrCode;
+}
 
 namespace kelwin {
 
@@ -19,7 +23,9 @@ DWORD fail(DWORD code) {
     return code;
 }
 
-DWORD fail_errno(int errnum) { return fail(kelwin_error_from_errno(errnum)); }
+DWORD fail_errno(int errnum) {
+    return fail(kelwin_error_from_errno(errnum));
+}
 
 } // namespace kelwin
 

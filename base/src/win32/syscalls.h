@@ -34,8 +34,8 @@ public:
 
 #define KELWIN_SYSCALL(fn)                                                                         \
     static decltype(&::fn) sys_##fn = &::fn;                                                       \
-    static ::kelwin::SyscallRegistration sys_##fn##_registration(#fn,                              \
-                                                                 reinterpret_cast<void**>(&sys_##fn))
+    static ::kelwin::SyscallRegistration sys_##fn##_registration(                                  \
+        #fn, reinterpret_cast<void**>(&sys_##fn))
 
 // Replaces the system call `name` by `replacement` (null restores the
 // original). Returns 1 when a call of that name is registered, else 0.

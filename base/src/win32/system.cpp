@@ -48,7 +48,9 @@ ULONGLONG GetTickCount64() {
            static_cast<ULONGLONG>(now.tv_nsec) / 1000000u;
 }
 
-DWORD GetTickCount() { return static_cast<DWORD>(GetTickCount64()); }
+DWORD GetTickCount() {
+    return static_cast<DWORD>(GetTickCount64());
+}
 
 void Sleep(DWORD dwMilliseconds) {
     if (dwMilliseconds == INFINITE) {
@@ -61,8 +63,12 @@ void Sleep(DWORD dwMilliseconds) {
     }
 }
 
-DWORD GetCurrentThreadId() { return static_cast<DWORD>(::syscall(SYS_gettid)); }
+DWORD GetCurrentThreadId() {
+    return static_cast<DWORD>(::syscall(SYS_gettid));
+}
 
-DWORD GetCurrentProcessId() { return static_cast<DWORD>(::getpid()); }
+DWORD GetCurrentProcessId() {
+    return static_cast<DWORD>(::getpid());
+}
 
 #endif // !_WIN32
