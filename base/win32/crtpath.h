@@ -17,8 +17,9 @@
 extern "C" {
 
 // Splits a path into drive ("c:"), directory (with its trailing separator),
-// base name and extension (with its dot). Any output may be null; each is
-// cut to its _MAX_ size.
+// base name and extension (with its dot). Any output may be null. When a
+// part does not fit its _MAX_ size, every part comes out empty and errno is
+// ERANGE.
 BASEKEL_API void _splitpath(const char* path, char* drive, char* dir, char* fname, char* ext);
 // The full DOS path of relPath (the current directory for null or ""). A null
 // absPath gets a malloc'ed buffer; a result that does not fit maxLength gives

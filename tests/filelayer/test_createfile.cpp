@@ -370,6 +370,20 @@ TEST_F(FileIo, HighPartMakesA64BitDistance) {
     EXPECT_TRUE(SetFilePointer(m_file, 0, nullptr, FILE_BEGIN) == 0 && SetEndOfFile(m_file));
 }
 
+// Without a high part a caller could not learn a position beyond 32 bits,
+// so such a move fails and leaves the pointer.
+TEST_F(FileIo, PositionsBeyond32BitsNeedTheHighPart) {
+#if defined(_WIN32)
+    GTEST_SKIP() << "Wine moves the pointer and returns the low part where Windows fails";
+#endif
+    EXPECT_EQ(SetFilePointer(m_file, 0x7FFFFFFF, nullptr, FILE_BEGIN), 0x7FFFFFFFu);
+    EXPECT_EQ(SetFilePointer(m_file, 0x7FFFFFFF, nullptr, FILE_CURRENT), 0xFFFFFFFEu);
+    SetLastError(0);
+    EXPECT_EQ(SetFilePointer(m_file, 2, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(Pos(), 0xFFFFFFFEu);
+}
+
 TEST_F(FileIo, SetEndOfFileTruncatesAndExtendsAtThePointer) {
     Put("0123456789");
     SetFilePointer(m_file, 4, nullptr, FILE_BEGIN);

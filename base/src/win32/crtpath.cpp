@@ -11,15 +11,15 @@
 
 namespace {
 
-// Copies at most size - 1 characters and a NUL; nothing for a null output.
-void copy_part(char* out, std::size_t size, const char* begin, const char* end) {
+void copy_part(char* out, const char* begin, const char* end) {
     if (!out)
         return;
-    std::size_t length = static_cast<std::size_t>(end - begin);
-    if (length > size - 1)
-        length = size - 1;
-    std::memcpy(out, begin, length);
-    out[length] = '\0';
+    std::memcpy(out, begin, static_cast<std::size_t>(end - begin));
+    out[end - begin] = '\0';
+}
+
+bool fits(const char* begin, const char* end, std::size_t size) {
+    return static_cast<std::size_t>(end - begin) < size;
 }
 
 // Hands out a result as the runtime does: into the caller's buffer when it
@@ -44,24 +44,29 @@ char* hand_out(const std::string& text, char* buffer, std::size_t size, std::siz
 
 extern "C" {
 
+// A part too long for its buffer empties every part, as the runtime's
+// checked splitting does, rather than writing past a buffer.
 void _splitpath(const char* path, char* drive, char* dir, char* fname, char* ext) {
     const char* p = path ? path : "";
     const char* end = p + std::strlen(p);
-    const char* rest = p;
-    if (end - p >= 2 && p[1] == ':')
-        rest = p + 2;
-    copy_part(drive, _MAX_DRIVE, p, rest);
+    const char* rest = end - p >= 2 && p[1] == ':' ? p + 2 : p;
     const char* name = rest;
     for (const char* c = rest; c < end; ++c)
         if (*c == '\\' || *c == '/')
             name = c + 1;
-    copy_part(dir, _MAX_DIR, rest, name);
     const char* dot = end;
     for (const char* c = name; c < end; ++c)
         if (*c == '.')
             dot = c;
-    copy_part(fname, _MAX_FNAME, name, dot);
-    copy_part(ext, _MAX_EXT, dot, end);
+    if (!fits(p, rest, _MAX_DRIVE) || !fits(rest, name, _MAX_DIR) || !fits(name, dot, _MAX_FNAME) ||
+        !fits(dot, end, _MAX_EXT)) {
+        errno = ERANGE;
+        p = rest = name = dot = end;
+    }
+    copy_part(drive, p, rest);
+    copy_part(dir, rest, name);
+    copy_part(fname, name, dot);
+    copy_part(ext, dot, end);
 }
 
 char* _fullpath(char* absPath, const char* relPath, size_t maxLength) {

@@ -436,8 +436,10 @@ DWORD GetTempPathA(DWORD nBufferLength, LPSTR lpBuffer) {
             break;
         }
     }
+    // TMPDIR and the like hold host paths; TMP and TEMP may hold either.
+    const std::string dos = dir[0] == '/' ? kelwin::dos_from_host(dir) : std::string(dir);
     std::string full;
-    if (!kelwin::full_dos_path(dir, full))
+    if (!kelwin::full_dos_path(dos.c_str(), full))
         return 0;
     if (full.back() != '\\')
         full += '\\';
