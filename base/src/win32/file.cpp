@@ -96,8 +96,8 @@ int host_access_mode(unsigned rights, DWORD disposition) {
 
 // Opens the file, creating it where the disposition allows; `created` tells
 // whether this call made it. -1 with the last error set on failure.
-int open_host_file(const HostPath& path, DWORD disposition, int accessMode, mode_t createMode,
-                   bool& created) {
+int open_host_file(const HostPath& path, DWORD disposition, int accessMode, bool metadataOnly,
+                   mode_t createMode, bool& created) {
     const int flags = accessMode | O_CLOEXEC | O_NOCTTY;
     created = false;
     if (disposition == CREATE_NEW || disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS) {
@@ -112,8 +112,8 @@ int open_host_file(const HostPath& path, DWORD disposition, int accessMode, mode
         }
     }
     int fd = sys_open(path.host.c_str(), flags);
-    if (fd < 0 && errno == EACCES && accessMode == O_RDONLY)
-        fd = sys_open(path.host.c_str(), O_PATH | O_CLOEXEC); // access 0: metadata only
+    if (fd < 0 && errno == EACCES && metadataOnly && accessMode == O_RDONLY)
+        fd = sys_open(path.host.c_str(), O_PATH | O_CLOEXEC); // an open without access
     if (fd < 0)
         fail(errno == ENOENT ? ERROR_FILE_NOT_FOUND : kelwin_error_from_errno(errno));
     return fd;
@@ -243,7 +243,7 @@ HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
 
     const mode_t createMode = (dwFlagsAndAttributes & FILE_ATTRIBUTE_READONLY) ? 0444 : 0666;
     bool created = false;
-    int fd = open_host_file(path, disposition, accessMode, createMode, created);
+    int fd = open_host_file(path, disposition, accessMode, rights == 0, createMode, created);
     if (fd < 0)
         return INVALID_HANDLE_VALUE;
     auto file = std::make_shared<OpenFile>();
