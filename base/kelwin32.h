@@ -13,6 +13,9 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
+// The C runtime's path functions (_splitpath, _fullpath, _getcwd, _chdir).
+#include <direct.h>
+#include <stdlib.h>
 #else
 #include "win32/types.h"
 #include "win32/errors.h"
@@ -23,7 +26,12 @@
 #include "win32/tls.h"
 #include "win32/handles.h"
 #include "win32/sync.h"
-#include "win32/findclose.h"
+#include "win32/file.h"
+#include "win32/find.h"
+#include "win32/path.h"
+#include "win32/module.h"
+#include "win32/environment.h"
+#include "win32/crtpath.h"
 #endif
 
 #endif

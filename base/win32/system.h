@@ -21,10 +21,5 @@ WINBASEAPI void Sleep(DWORD dwMilliseconds);
 WINBASEAPI DWORD GetCurrentThreadId();
 WINBASEAPI DWORD GetCurrentProcessId();
 
-// The value of an environment variable: its length when it fits in nSize
-// bytes with the NUL, else the size needed; 0 with ERROR_ENVVAR_NOT_FOUND when
-// it is not set.
-WINBASEAPI DWORD GetEnvironmentVariableA(LPCSTR lpName, LPSTR lpBuffer, DWORD nSize);
-
 #endif // !_WIN32
 #endif

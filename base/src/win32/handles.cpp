@@ -1,7 +1,7 @@
 // CloseHandle: hands a handle to the service that owns it.
 #if !defined(_WIN32)
 
-#include "win32/objects.h"
+#include "win32/filehandle.h"
 
 #include <mutex>
 #include <vector>
@@ -9,14 +9,16 @@
 namespace kelwin {
 namespace {
 
+// Never destroyed: library objects with handles (such as the process-wide
+// stop event) close them during static destruction, in any order.
 std::mutex& hooks_lock() {
-    static std::mutex lock;
-    return lock;
+    static auto* lock = new std::mutex;
+    return *lock;
 }
 
 std::vector<CloseHook>& hooks() {
-    static std::vector<CloseHook> list;
-    return list;
+    static auto* list = new std::vector<CloseHook>;
+    return *list;
 }
 
 } // namespace

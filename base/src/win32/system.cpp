@@ -72,17 +72,4 @@ DWORD GetCurrentProcessId() {
     return static_cast<DWORD>(::getpid());
 }
 
-DWORD GetEnvironmentVariableA(LPCSTR lpName, LPSTR lpBuffer, DWORD nSize) {
-    const char* value = lpName ? std::getenv(lpName) : nullptr;
-    if (!value) {
-        kelwin::fail(ERROR_ENVVAR_NOT_FOUND);
-        return 0;
-    }
-    const std::size_t length = std::strlen(value);
-    if (!lpBuffer || length + 1 > nSize)
-        return static_cast<DWORD>(length + 1);
-    std::memcpy(lpBuffer, value, length + 1);
-    return static_cast<DWORD>(length);
-}
-
 #endif // !_WIN32

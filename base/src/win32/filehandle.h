@@ -1,0 +1,101 @@
+// The objects behind file and search handles of the Linux platform layer, and
+// the hook by which CloseHandle reaches them.
+//
+// A handle is a small number that indexes a table of shared objects: a call
+// that uses a handle holds a reference to its object for the call's duration,
+// so that closing a handle while another thread still reads through it frees
+// nothing under that thread's feet.
+#ifndef BASEKEL_SRC_WIN32_FILEHANDLE_H
+#define BASEKEL_SRC_WIN32_FILEHANDLE_H
+
+#if !defined(_WIN32)
+
+#include "win32/layer.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace kelwin {
+
+// One open file, the object behind a handle from CreateFileA.
+struct OpenFile {
+    int fd = -1;     // all I/O goes through this descriptor
+    int lockFd = -1; // the readable descriptor that carries the share record, or -1
+    bool canRead = false;
+    bool canWrite = false;
+    bool isDirectory = false;
+
+    OpenFile() = default;
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile();
+};
+
+// A table of objects addressed by handle values base, base + 4, base + 8, ...
+// (multiples of four, as Windows hands them out). Freed slots are reused.
+template <class T> class HandleTable {
+public:
+    explicit HandleTable(std::uintptr_t base) : m_base(base) {}
+
+    HANDLE insert(std::shared_ptr<T> object) {
+        std::lock_guard<std::mutex> guard(m_lock);
+        std::size_t slot = 0;
+        while (slot < m_slots.size() && m_slots[slot])
+            ++slot;
+        if (slot == m_slots.size())
+            m_slots.emplace_back();
+        m_slots[slot] = std::move(object);
+        return reinterpret_cast<HANDLE>(m_base + 4 * slot);
+    }
+
+    // The object, or null when the value is not an open handle of this table.
+    std::shared_ptr<T> get(HANDLE handle) const {
+        std::lock_guard<std::mutex> guard(m_lock);
+        std::size_t slot = 0;
+        if (!slot_of(handle, slot))
+            return nullptr;
+        return m_slots[slot];
+    }
+
+    // Takes the object out of the table; null when there is none.
+    std::shared_ptr<T> remove(HANDLE handle) {
+        std::lock_guard<std::mutex> guard(m_lock);
+        std::size_t slot = 0;
+        if (!slot_of(handle, slot))
+            return nullptr;
+        return std::move(m_slots[slot]);
+    }
+
+private:
+    bool slot_of(HANDLE handle, std::size_t& slot) const {
+        auto value = reinterpret_cast<std::uintptr_t>(handle);
+        if (value < m_base || (value - m_base) % 4 != 0)
+            return false;
+        slot = (value - m_base) / 4;
+        return slot < m_slots.size() && m_slots[slot] != nullptr;
+    }
+
+    const std::uintptr_t m_base;
+    mutable std::mutex m_lock;
+    std::vector<std::shared_ptr<T>> m_slots;
+};
+
+// A new handle for an open file.
+HANDLE file_handle_insert(std::shared_ptr<OpenFile> file);
+
+// The open file behind a handle; null with ERROR_INVALID_HANDLE set when the
+// value is not an open file handle.
+std::shared_ptr<OpenFile> file_handle_get(HANDLE handle);
+
+// CloseHandle asks each registered hook in turn whether the handle is one of
+// its own; the hook that owns it closes it, stores the result and returns
+// true. A handle no hook owns is invalid.
+using CloseHook = bool (*)(HANDLE handle, BOOL* result);
+void register_close_hook(CloseHook hook);
+
+} // namespace kelwin
+
+#endif // !_WIN32
+#endif
