@@ -5,7 +5,7 @@ set -eu
 
 PACKAGES="cmake ninja-build g++ make pkg-config googletest libgtest-dev libgmock-dev
 libbenchmark-dev gettext mingw-w64 g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix
-wine64 clang-format fonts-dejavu-core libfreetype-dev"
+wine64 wine clang-format fonts-dejavu-core libfreetype-dev"
 
 missing=""
 for p in $PACKAGES; do
