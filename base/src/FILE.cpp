@@ -532,7 +532,10 @@ void TFile::CreateCompleteDir(TString path) {
     const TString parent = GetParentDir(path);
     if (!DirExist(parent))
         CreateCompleteDir(parent);
-    if (!CreateDirectoryA(path, nullptr))
+    // A path with a trailing backslash names the same directory as its parent
+    // text, which the recursion has just made; another process may have made
+    // it too. Either way the directory is there, which is what was asked.
+    if (!CreateDirectoryA(path, nullptr) && !DirExist(path))
         ThrowFileError(kCreateDirFailed, path);
 }
 

@@ -76,6 +76,10 @@ TEST(FileHelpers, DirectoryAndFileOperations) {
     EXPECT_EQ(TFile::DirExist(deep.c_str()), 1u);
     TFile::RemoveDirectoryA(deep.c_str());
     EXPECT_EQ(TFile::DirExist(deep.c_str()), 0u);
+    // The directory part of a file name ends in a backslash.
+    const std::string withSlash = dir / "four\\five\\";
+    TFile::CreateCompleteDir(TFile::GetFileDir((withSlash + "f.txt").c_str()));
+    EXPECT_EQ(TFile::DirExist(withSlash.c_str()), 1u);
 
     const std::string a = dir / "a.txt", b = dir / "one\\b.txt", c = dir / "c.txt";
     ASSERT_TRUE(Write(a, "12345"));
