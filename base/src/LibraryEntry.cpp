@@ -2,7 +2,6 @@
 #include "LibraryEntry.h"
 
 #include <new>
-#include <string>
 
 #include "Error.h"
 #include "MessageCatalogue.h"
@@ -14,19 +13,12 @@ namespace {
 HINSTANCE s_module = nullptr;
 std::new_handler s_previousNewHandler = nullptr;
 
-// The library's own file, for the message file kept beside it.
-std::string LibraryPath(HINSTANCE module) {
-    char path[MAX_PATH + 1] = {};
-    const DWORD length = GetModuleFileNameA(static_cast<HMODULE>(module), path, sizeof path);
-    return length > 0 && length < sizeof path ? std::string(path, length) : std::string();
-}
-
 } // namespace
 
 void BaseProcessAttach(HINSTANCE module) {
     s_module = module;
     s_previousNewHandler = std::set_new_handler(kelmo_new_handler);
-    TheMessageSystem().ChooseStartupFile(LibraryPath(module).c_str());
+    TheMessageSystem().ChooseStartupFile(static_cast<HMODULE>(module));
     BaseThreadAttach();
 }
 
@@ -49,5 +41,5 @@ HINSTANCE BaseModuleHandle() {
 }
 
 void RestoreStartupMessageFile() {
-    TheMessageSystem().ChooseStartupFile(LibraryPath(s_module).c_str());
+    TheMessageSystem().ChooseStartupFile(static_cast<HMODULE>(s_module));
 }

@@ -15,6 +15,7 @@
 #include <atomic>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class TMessageSystem {
@@ -39,6 +40,7 @@ public:
     // Which message file to use; see base/MessageSystem.h.
     enum class FileRequest {
         Default,  // the executable's name with the language's extension
+        Startup,  // as chosen at load, decided when the file is first needed
         Relative, // in the message directory
         Absolute
     };
@@ -53,8 +55,10 @@ public:
 
     // The choice made when the library is loaded: the executable's own
     // message file when "<exe>.eng" or "<exe>.ger" exists, else the
-    // library's "kelmo_msg" in the library's directory.
-    void ChooseStartupFile(const char* libraryPath);
+    // library's "kelmo_msg" in the directory of `library`. Only noted here;
+    // the files are looked at when the first text is needed, so that loading
+    // the library touches no file.
+    void ChooseStartupFile(HMODULE library);
 
     // For the tests (src/TestHooks.h).
     void SetExecutablePath(const char* path);
@@ -81,6 +85,7 @@ private:
     std::string ExecutablePath() const;
     std::string ExecutableDirectory() const;
     TLanguage ChooseLanguage() const;
+    void DecideStartupFile();
     std::string RequestedBase() const;
     void Forget();
     void EnsureOpen();
@@ -102,11 +107,13 @@ private:
     std::recursive_mutex m_lock;
     TOperatorStatus m_operatorStatus;
     std::vector<Origin> m_origins; // the code of an origin is its index
+    std::unordered_map<std::string, unsigned short> m_codeOfName;
 
     FileRequest m_request;
     std::string m_requestedName;
     std::string m_productKey;
     std::string m_executablePath; // empty: the running executable
+    HMODULE m_library;            // whose directory holds "kelmo_msg"
     std::atomic<TOemTextProvider> m_oemTexts;
     std::atomic<TMessageBoxHandler> m_boxHandler;
 

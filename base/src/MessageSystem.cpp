@@ -123,7 +123,7 @@ TString ToTString(const std::string& text) {
 } // namespace
 
 TMessageSystem::TMessageSystem()
-    : m_operatorStatus(1), m_request(FileRequest::Default), m_oemTexts(nullptr),
+    : m_operatorStatus(1), m_request(FileRequest::Default), m_library(nullptr), m_oemTexts(nullptr),
       m_boxHandler(nullptr), m_resolved(false), m_busy(false), m_language(LANG_ENGLISH),
       m_haveIndex(false), m_lastCheck(0), m_checkInterval(kDefaultCheckIntervalMs) {
     for (const char* name : kBuiltInOrigins)
@@ -134,10 +134,8 @@ TMessageSystem::TMessageSystem()
 // Origins
 
 long TMessageSystem::IndexOf(const char* name) const {
-    for (std::size_t i = 0; i < m_origins.size(); ++i)
-        if (std::strcmp(m_origins[i].name, name) == 0)
-            return static_cast<long>(i);
-    return -1;
+    const auto known = m_codeOfName.find(name);
+    return known == m_codeOfName.end() ? -1 : static_cast<long>(known->second);
 }
 
 unsigned short TMessageSystem::Register(const char* name, const char* module,
@@ -147,9 +145,11 @@ unsigned short TMessageSystem::Register(const char* name, const char* module,
         return static_cast<unsigned short>(known);
     if (m_origins.size() >= KELMO_MAX_ORIGINS)
         return KELMO_NO_ORIGIN;
+    const unsigned short code = static_cast<unsigned short>(m_origins.size());
     m_origins.push_back(Origin{name, TextOrEmpty(module), TextOrEmpty(sourceFile), line});
+    m_codeOfName.emplace(name, code);
     m_slotOfOrigin.push_back(-1);
-    return static_cast<unsigned short>(m_origins.size() - 1);
+    return code;
 }
 
 unsigned short TMessageSystem::RegisterOrigin(const char* name, const char* module,
@@ -247,16 +247,11 @@ DWORD TMessageSystem::SetCheckInterval(DWORD milliseconds) {
     return previous;
 }
 
-void TMessageSystem::ChooseStartupFile(const char* libraryPath) {
+void TMessageSystem::ChooseStartupFile(HMODULE library) {
     std::lock_guard<std::recursive_mutex> guard(m_lock);
-    const std::string base = msgfiles::WithoutExtension(ExecutablePath());
-    if (msgfiles::Exists((base + ".eng").c_str()) || msgfiles::Exists((base + ".ger").c_str())) {
-        m_request = FileRequest::Default;
-        m_requestedName.clear();
-    } else {
-        m_request = FileRequest::Absolute;
-        m_requestedName = msgfiles::DirectoryOf(TextOrEmpty(libraryPath)) + kLibraryMessageFile;
-    }
+    m_request = FileRequest::Startup;
+    m_requestedName.clear();
+    m_library = library;
     Forget();
 }
 
@@ -283,6 +278,16 @@ TLanguage TMessageSystem::ChooseLanguage() const {
     return language;
 }
 
+void TMessageSystem::DecideStartupFile() {
+    const std::string base = msgfiles::WithoutExtension(ExecutablePath());
+    if (msgfiles::Exists((base + ".eng").c_str()) || msgfiles::Exists((base + ".ger").c_str())) {
+        m_request = FileRequest::Default;
+    } else {
+        m_request = FileRequest::Absolute;
+        m_requestedName = msgfiles::DirectoryOf(ModulePath(m_library)) + kLibraryMessageFile;
+    }
+}
+
 std::string TMessageSystem::RequestedBase() const {
     switch (m_request) {
     case FileRequest::Relative:
@@ -290,6 +295,7 @@ std::string TMessageSystem::RequestedBase() const {
     case FileRequest::Absolute:
         return m_requestedName;
     case FileRequest::Default:
+    case FileRequest::Startup:
         break;
     }
     return msgfiles::WithoutExtension(ExecutablePath());
@@ -320,6 +326,8 @@ void TMessageSystem::EnsureOpen() {
 }
 
 void TMessageSystem::Resolve() {
+    if (m_request == FileRequest::Startup)
+        DecideStartupFile();
     const TLanguage wanted = ChooseLanguage();
     m_language = wanted;
     const std::string base = RequestedBase();
