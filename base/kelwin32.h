@@ -32,6 +32,8 @@
 #include "win32/module.h"
 #include "win32/environment.h"
 #include "win32/crtpath.h"
+#include "win32/user.h"
+#include "win32/locale.h"
 #endif
 
 #endif

@@ -5,6 +5,7 @@
 
 #include "Error.h"
 #include "MessageCatalogue.h"
+#include "TestHooks.h"
 #include "ThreadErrorState.h"
 
 namespace {
@@ -17,7 +18,7 @@ std::new_handler s_previousNewHandler = nullptr;
 void BaseProcessAttach(HINSTANCE module) {
     s_module = module;
     s_previousNewHandler = std::set_new_handler(kelmo_new_handler);
-    TheMessageSystem();
+    TheMessageSystem().ChooseStartupFile(static_cast<HMODULE>(module));
     BaseThreadAttach();
 }
 
@@ -37,4 +38,8 @@ void BaseThreadDetach() {
 
 HINSTANCE BaseModuleHandle() {
     return s_module;
+}
+
+void RestoreStartupMessageFile() {
+    TheMessageSystem().ChooseStartupFile(static_cast<HMODULE>(s_module));
 }

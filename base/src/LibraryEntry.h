@@ -7,7 +7,9 @@
 #include "kelwin32.h"
 
 // Process attach: keeps the module handle, installs the memory-failure
-// handler, creates the message catalogue and attaches the loading thread.
+// handler, creates the message catalogue and chooses its message file (the
+// executable's own when there is one, else the library's), and attaches the
+// loading thread.
 void BaseProcessAttach(HINSTANCE module);
 // Process detach: detaches the calling thread and puts back the memory-failure
 // handler that was there before, so that an unloaded library leaves no

@@ -21,5 +21,20 @@ WINBASEAPI void Sleep(DWORD dwMilliseconds);
 WINBASEAPI DWORD GetCurrentThreadId();
 WINBASEAPI DWORD GetCurrentProcessId();
 
+typedef struct _SYSTEMTIME {
+    WORD wYear;
+    WORD wMonth;
+    WORD wDayOfWeek;
+    WORD wDay;
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+} SYSTEMTIME, *PSYSTEMTIME, *LPSYSTEMTIME;
+
+// The current date and time in the local time zone (the TZ rules of the C
+// runtime).
+WINBASEAPI void GetLocalTime(LPSYSTEMTIME lpSystemTime);
+
 #endif // !_WIN32
 #endif

@@ -87,7 +87,7 @@ TEST(GetMessage, UnknownPairsGiveTheNotFoundText) {
     EXPECT_EQ(Str(GetMessage(0x2A, 0xBEEF, "a", "b", "c")),
               "no message for 0x2A:0xBEEF (\"a\",\"b\",\"c\")");
     EXPECT_EQ(Str(GetMessage(0xFFFF, 0)), "no message for 0xFFFF:0x0 (\"\",\"\",\"\")");
-    EXPECT_EQ(Str(GetMessage(3, 11, "%s%n")), "no message for 0x3:0xB (\"%s%n\",\"\",\"\")");
+    EXPECT_EQ(Str(GetMessage(3, 0x7F, "%s%n")), "no message for 0x3:0x7F (\"%s%n\",\"\",\"\")");
 }
 
 TEST(GetMessage, PassThroughMessageIsItsFirstArgument) {

@@ -37,6 +37,7 @@ void PlatformThreadFirstUse() {}
 #else // !_WIN32
 
 #include <atomic>
+#include <dlfcn.h>
 #include <pthread.h>
 
 namespace {
@@ -44,6 +45,14 @@ namespace {
 pthread_once_t s_keyOnce = PTHREAD_ONCE_INIT;
 pthread_key_t s_threadEndKey;
 std::atomic<bool> s_keyReady{false};
+
+// The library's module handle: its load address, as on Windows.
+HINSTANCE OwnModuleHandle() {
+    Dl_info info{};
+    if (!dladdr(reinterpret_cast<void*>(&PlatformThreadFirstUse), &info))
+        return nullptr;
+    return info.dli_fbase;
+}
 
 void DetachAtThreadEnd(void*) {
     BaseThreadDetach();
@@ -59,7 +68,7 @@ void CreateThreadEndKey() {
 class ProcessLifetime {
 public:
     ProcessLifetime() {
-        BaseProcessAttach(nullptr);
+        BaseProcessAttach(OwnModuleHandle());
         PlatformThreadFirstUse();
     }
     ~ProcessLifetime() {

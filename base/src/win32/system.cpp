@@ -14,6 +14,7 @@
 KELWIN_SYSCALL(gethostname);
 KELWIN_SYSCALL(clock_gettime);
 KELWIN_SYSCALL(nanosleep);
+KELWIN_SYSCALL(localtime_r);
 
 BOOL GetComputerNameA(LPSTR lpBuffer, LPDWORD nSize) {
     if (!nSize) {
@@ -70,6 +71,23 @@ DWORD GetCurrentThreadId() {
 
 DWORD GetCurrentProcessId() {
     return static_cast<DWORD>(::getpid());
+}
+
+void GetLocalTime(LPSYSTEMTIME lpSystemTime) {
+    timespec now{};
+    sys_clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    const time_t seconds = now.tv_sec;
+    sys_localtime_r(&seconds, &local);
+    lpSystemTime->wYear = static_cast<WORD>(local.tm_year + 1900);
+    lpSystemTime->wMonth = static_cast<WORD>(local.tm_mon + 1);
+    lpSystemTime->wDayOfWeek = static_cast<WORD>(local.tm_wday);
+    lpSystemTime->wDay = static_cast<WORD>(local.tm_mday);
+    lpSystemTime->wHour = static_cast<WORD>(local.tm_hour);
+    lpSystemTime->wMinute = static_cast<WORD>(local.tm_min);
+    // Windows has no leap second.
+    lpSystemTime->wSecond = static_cast<WORD>(local.tm_sec > 59 ? 59 : local.tm_sec);
+    lpSystemTime->wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000);
 }
 
 #endif // !_WIN32
