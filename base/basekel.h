@@ -15,5 +15,6 @@
 #include "MessageSystem.h"
 #include "Error.h"
 #include "Sync.h"
+#include "DYNAMIC.h"
 
 #endif

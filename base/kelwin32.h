@@ -32,6 +32,9 @@
 #include "win32/module.h"
 #include "win32/environment.h"
 #include "win32/crtpath.h"
+#include "win32/memory.h"
+#include "win32/priority.h"
+#include "win32/exceptions.h"
 #endif
 
 #endif
