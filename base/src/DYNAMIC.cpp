@@ -5,8 +5,8 @@
 // handler that grows a range when an access faults finds it there with
 // atomic loads only. On Linux that handler runs inside the SIGSEGV handler
 // (win32/exceptions.h), so the path from a fault to a grown mapping
-// allocates nothing, raises nothing and takes no lock but the range's own
-// rebuild flag, which no thread holds while it touches the range.
+// allocates nothing, raises nothing and takes no lock but the library's
+// rebuild flag, which no thread holds while it touches a range.
 //
 // Set, CopyIn and CopyOut map what they are about to touch before the byte
 // loop runs, so that a failure to grow is raised as a library error on the
@@ -85,7 +85,6 @@ struct LiveRange {
     std::atomic<HANDLE> mapping{nullptr};
     std::atomic<std::uint64_t> mapped{0}; // bytes mapped from start
     std::atomic<std::uint32_t> rebuilds{0};
-    std::atomic<bool> rebuilding{false};
 
     std::uint64_t Span() const { return std::uint64_t{reserve} + guard; }
     bool Writable() const { return (access & GENERIC_WRITE) != 0; }
@@ -94,21 +93,23 @@ struct LiveRange {
 constexpr unsigned kMaxRanges = 256;
 LiveRange g_ranges[kMaxRanges];
 
-// Held while the range is rebuilt or its state looked at for a rebuild. It
-// spins (yielding) rather than sleeping in the kernel, because a fault handler
-// takes it; no thread holds it while it touches the range.
+// Held while any range is rebuilt, and while a new range is reserved. A
+// rebuild leaves the range's address space free for a moment (Win32 cannot map
+// a view over a reservation); no other range of the library may be placed
+// there meanwhile. It spins (yielding) rather than sleeping in the kernel,
+// because a fault handler takes it, and no thread holds it while it touches a
+// range.
+std::atomic<bool> g_rebuilding{false};
+
 class RebuildLock {
 public:
-    explicit RebuildLock(LiveRange& range) : m_range(range) {
-        while (m_range.rebuilding.exchange(true, std::memory_order_acquire))
+    RebuildLock() {
+        while (g_rebuilding.exchange(true, std::memory_order_acquire))
             Sleep(0);
     }
-    ~RebuildLock() { m_range.rebuilding.store(false, std::memory_order_release); }
+    ~RebuildLock() { g_rebuilding.store(false, std::memory_order_release); }
     RebuildLock(const RebuildLock&) = delete;
     RebuildLock& operator=(const RebuildLock&) = delete;
-
-private:
-    LiveRange& m_range;
 };
 
 // A free entry, made busy for the caller; null when all are in use.
@@ -261,11 +262,24 @@ Failure RebuildRange(LiveRange& range, std::uint64_t n) {
     return failure;
 }
 
+// Reserves a new range. The reservation waits for any rebuild, so that it
+// cannot take the address space a rebuild has just freed, and it is placed at
+// the top of the address space, away from the allocations that the process
+// makes from the bottom up (heaps, thread stacks), which could otherwise take
+// a range's place while it is rebuilt.
+void* ReserveSpan(std::uint64_t span) {
+    if (span > SIZE_MAX)
+        return nullptr;
+    RebuildLock lock;
+    return VirtualAlloc(nullptr, static_cast<SIZE_T>(span), MEM_RESERVE | MEM_TOP_DOWN,
+                        PAGE_NOACCESS);
+}
+
 // Unpublishes, tears down and frees an entry the caller owns (busy).
 void ReleaseRange(LiveRange& range) {
     range.published.store(nullptr, std::memory_order_release);
     {
-        RebuildLock lock(range);
+        RebuildLock lock;
         ClearRange(range);
     }
     const std::uint64_t state = range.state.load(std::memory_order_relaxed);
@@ -274,7 +288,7 @@ void ReleaseRange(LiveRange& range) {
 
 // Grows the range to at least `needed` mapped bytes; a failure code or kNone.
 Failure GrowRange(LiveRange& range, std::uint64_t needed) {
-    RebuildLock lock(range);
+    RebuildLock lock;
     if (!range.published.load(std::memory_order_acquire))
         return kBadAccess; // released meanwhile by a copy on another thread
     if (range.mapped.load(std::memory_order_relaxed) >= needed)
@@ -292,7 +306,7 @@ thread_local std::uintptr_t t_lastMappedFault = 0;
 thread_local std::uint32_t t_lastMappedRebuilds = 0;
 
 bool ServeFault(LiveRange& range, char* base, std::uint64_t offset) {
-    RebuildLock lock(range);
+    RebuildLock lock;
     if (range.published.load(std::memory_order_acquire) != base)
         return false; // released meanwhile
     const std::uint32_t rebuilds = range.rebuilds.load(std::memory_order_relaxed);
@@ -431,9 +445,7 @@ void* TDynamicMemoryMappedFile::Create(void* file, unsigned long access, unsigne
     const DWORD growth = RoundUp32(static_cast<DWORD>(step), granularity);
     const DWORD guardSize = static_cast<DWORD>(guard);
     const std::uint64_t span = std::uint64_t{reserve} + guardSize;
-    void* base = span <= SIZE_MAX
-                     ? VirtualAlloc(nullptr, static_cast<SIZE_T>(span), MEM_RESERVE, PAGE_NOACCESS)
-                     : nullptr;
+    void* base = ReserveSpan(span);
     unsigned index = kNoRange;
     std::uint32_t generation = 0;
     LiveRange* range = base ? ClaimRange(index, generation) : nullptr;
@@ -455,7 +467,7 @@ void* TDynamicMemoryMappedFile::Create(void* file, unsigned long access, unsigne
 
     Failure failure = kNone;
     {
-        RebuildLock lock(*range);
+        RebuildLock lock;
         failure = RebuildRange(*range, GetFileSize(file, nullptr));
     }
     if (failure != kNone) {
@@ -524,7 +536,7 @@ void TDynamicMemoryMappedFile::AdjustRegion(unsigned long n) {
     }
     Failure failure = kNone;
     {
-        RebuildLock lock(*range);
+        RebuildLock lock;
         failure = RebuildRange(*range, static_cast<DWORD>(n));
     }
     m_hMapping = range->mapping.load(std::memory_order_relaxed);
@@ -534,7 +546,7 @@ void TDynamicMemoryMappedFile::AdjustRegion(unsigned long n) {
 
 void TDynamicMemoryMappedFile::ClearRegion() {
     if (LiveRange* range = RangeOf(m_nRange, m_nGeneration)) {
-        RebuildLock lock(*range);
+        RebuildLock lock;
         ClearRange(*range);
     }
     m_hMapping = nullptr;
@@ -548,7 +560,7 @@ void TDynamicMemoryMappedFile::ConstructRegion(unsigned long n) {
     }
     Failure failure = kNone;
     {
-        RebuildLock lock(*range);
+        RebuildLock lock;
         failure = ConstructRange(*range, static_cast<DWORD>(n));
     }
     m_hMapping = range->mapping.load(std::memory_order_relaxed);

@@ -89,7 +89,9 @@ public:
 // ---------------------------------------------------------------------------
 // The allocations
 
-enum class RegionKind : std::uint8_t { Unused, Reserved, Committed, View };
+// Released: address space given back by VirtualFree or UnmapViewOfFile but
+// still held by the layer (see release_space); it is free for Win32 callers.
+enum class RegionKind : std::uint8_t { Unused, Reserved, Committed, View, Released };
 
 struct Region {
     std::uintptr_t start;
@@ -99,20 +101,46 @@ struct Region {
     DWORD allocationProtect; // as given when the allocation was made
     dev_t device;            // of the file a view shows
     ino_t inode;
+    std::uint64_t released; // when a Released region was released (a sequence number)
 };
 
 constexpr int kMaxRegions = 2048;
 Region g_regions[kMaxRegions];
 int g_regionsInUse = 0; // entries at and above this index are unused
 
+bool contains(const Region& region, std::uintptr_t address) {
+    return address >= region.start && address - region.start < region.size;
+}
+
+// The allocation containing the address (released space is not one).
 Region* region_containing(std::uintptr_t address) {
     for (int i = 0; i < g_regionsInUse; ++i) {
         Region& region = g_regions[i];
-        if (region.kind != RegionKind::Unused && address >= region.start &&
-            address - region.start < region.size)
-            return &g_regions[i];
+        if (region.kind != RegionKind::Unused && region.kind != RegionKind::Released &&
+            contains(region, address))
+            return &region;
     }
     return nullptr;
+}
+
+Region* released_containing(std::uintptr_t address) {
+    for (int i = 0; i < g_regionsInUse; ++i) {
+        Region& region = g_regions[i];
+        if (region.kind == RegionKind::Released && contains(region, address))
+            return &region;
+    }
+    return nullptr;
+}
+
+// The start of the first released region above the address, or `limit`.
+std::uintptr_t next_released(std::uintptr_t address, std::uintptr_t limit) {
+    std::uintptr_t next = limit;
+    for (int i = 0; i < g_regionsInUse; ++i) {
+        const Region& region = g_regions[i];
+        if (region.kind == RegionKind::Released && region.start > address && region.start < next)
+            next = region.start;
+    }
+    return next;
 }
 
 Region* add_region(const Region& region) {
@@ -131,6 +159,93 @@ void remove_region(Region* region) {
     region->kind = RegionKind::Unused;
     while (g_regionsInUse > 0 && g_regions[g_regionsInUse - 1].kind == RegionKind::Unused)
         --g_regionsInUse;
+}
+
+// Released address space: at most this many pieces are kept; the oldest goes
+// back to the system when there are more.
+constexpr int kMaxReleased = 64;
+std::uint64_t g_releaseCount = 0;
+
+void trim_released() {
+    for (;;) {
+        int count = 0;
+        Region* oldest = nullptr;
+        for (int i = 0; i < g_regionsInUse; ++i) {
+            Region& region = g_regions[i];
+            if (region.kind != RegionKind::Released)
+                continue;
+            ++count;
+            if (!oldest || region.released < oldest->released)
+                oldest = &region;
+        }
+        if (count <= kMaxReleased)
+            return;
+        sys_munmap(reinterpret_cast<void*>(oldest->start), oldest->size);
+        remove_region(oldest);
+    }
+}
+
+// Gives an allocation's address space back. Rather than unmapping it, which
+// would let any other mapping of the process (another thread's malloc, a new
+// thread's stack) move in at once, the range is replaced in one step by an
+// inaccessible mapping that the layer keeps as released space: a caller that
+// rebuilds a range at the same address (a growing mapped file does) finds it
+// still free for its own placement. False with errno set on failure.
+bool release_space(Region* region) {
+    void* start = reinterpret_cast<void*>(region->start);
+    const int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED;
+    if (sys_mmap(start, region->size, PROT_NONE, flags, -1, 0) == MAP_FAILED) {
+        if (sys_munmap(start, region->size) != 0)
+            return false;
+        remove_region(region);
+        return true;
+    }
+    region->kind = RegionKind::Released;
+    region->protect = 0;
+    region->allocationProtect = 0;
+    region->released = ++g_releaseCount;
+    trim_released();
+    return true;
+}
+
+// Takes [start, end) out of the released space: what is left of each piece
+// on either side stays released (or goes back to the system when the table
+// has no room for a split).
+void consume_released(std::uintptr_t start, std::uintptr_t end) {
+    for (int i = 0; i < g_regionsInUse; ++i) {
+        Region& region = g_regions[i];
+        const std::uintptr_t regionEnd = region.start + region.size;
+        if (region.kind != RegionKind::Released || regionEnd <= start || region.start >= end)
+            continue;
+        const bool left = region.start < start;
+        const bool right = regionEnd > end;
+        if (left && right) {
+            Region rest = region;
+            rest.start = end;
+            rest.size = regionEnd - end;
+            region.size = start - region.start;
+            if (!add_region(rest))
+                sys_munmap(reinterpret_cast<void*>(rest.start), rest.size);
+        } else if (left) {
+            region.size = start - region.start;
+        } else if (right) {
+            region.size = regionEnd - end;
+            region.start = end;
+        } else {
+            remove_region(&region);
+        }
+    }
+}
+
+// Forgets released pieces in [start, end) without touching them, after a
+// placement there failed and may have unmapped them.
+void forget_released(std::uintptr_t start, std::uintptr_t end) {
+    for (int i = 0; i < g_regionsInUse; ++i) {
+        Region& region = g_regions[i];
+        if (region.kind == RegionKind::Released && region.start < end &&
+            region.start + region.size > start)
+            remove_region(&region);
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -228,9 +343,9 @@ void* reserve_aligned(std::uintptr_t size) {
     return reinterpret_cast<void*>(aligned);
 }
 
-// Maps at exactly `address`, which must be free; EEXIST when it is not.
-void* map_at(std::uintptr_t address, std::uintptr_t size, int prot, int flags, int fd,
-             std::uint64_t offset) {
+// Maps at exactly `address` where nothing is mapped; EEXIST when something is.
+void* map_unused(std::uintptr_t address, std::uintptr_t size, int prot, int flags, int fd,
+                 std::uint64_t offset) {
     void* wanted = reinterpret_cast<void*>(address);
     void* result =
         sys_mmap(wanted, size, prot, flags | MAP_FIXED_NOREPLACE, fd, static_cast<off_t>(offset));
@@ -241,6 +356,54 @@ void* map_at(std::uintptr_t address, std::uintptr_t size, int prot, int flags, i
         errno = EEXIST;
         return MAP_FAILED;
     }
+    return result;
+}
+
+// Maps at exactly `address`, which must be free for Win32 callers: unused, or
+// space the layer released. The unused gaps between released pieces are
+// claimed first (each fails with EEXIST when anything is mapped there), then
+// the mapping replaces the whole range in one step.
+void* map_at(std::uintptr_t address, std::uintptr_t size, int prot, int flags, int fd,
+             std::uint64_t offset) {
+    const std::uintptr_t end = address + size;
+    if (!released_containing(address) && next_released(address, end) == end)
+        return map_unused(address, size, prot, flags, fd, offset);
+
+    struct Gap {
+        std::uintptr_t start;
+        std::uintptr_t size;
+    } gaps[kMaxReleased + 2];
+    int gapCount = 0;
+    const auto undo_gaps = [&] {
+        for (int i = 0; i < gapCount; ++i)
+            sys_munmap(reinterpret_cast<void*>(gaps[i].start), gaps[i].size);
+    };
+    for (std::uintptr_t position = address; position < end;) {
+        if (const Region* released = released_containing(position)) {
+            position = released->start + released->size;
+            continue;
+        }
+        const std::uintptr_t gapEnd = next_released(position, end);
+        const int claim = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+        if (gapCount == kMaxReleased + 2 ||
+            map_unused(position, gapEnd - position, PROT_NONE, claim, -1, 0) == MAP_FAILED) {
+            undo_gaps();
+            errno = EEXIST;
+            return MAP_FAILED;
+        }
+        gaps[gapCount++] = Gap{position, gapEnd - position};
+        position = gapEnd;
+    }
+    void* result = sys_mmap(reinterpret_cast<void*>(address), size, prot, flags | MAP_FIXED, fd,
+                            static_cast<off_t>(offset));
+    if (result == MAP_FAILED) {
+        const int error = errno;
+        undo_gaps();
+        forget_released(address, end);
+        errno = error;
+        return MAP_FAILED;
+    }
+    consume_released(address, end);
     return result;
 }
 
@@ -312,6 +475,12 @@ LPVOID commit_existing(std::uintptr_t address) {
 
 void describe_region(const Region& region, std::uintptr_t page, MEMORY_BASIC_INFORMATION& info) {
     info.BaseAddress = reinterpret_cast<LPVOID>(page);
+    if (region.kind == RegionKind::Released) {
+        info.RegionSize = region.start + region.size - page;
+        info.State = MEM_FREE;
+        info.Protect = PAGE_NOACCESS;
+        return;
+    }
     info.AllocationBase = reinterpret_cast<LPVOID>(region.start);
     info.AllocationProtect = region.allocationProtect;
     info.RegionSize = region.start + region.size - page;
@@ -468,6 +637,7 @@ LPVOID VirtualAlloc(LPVOID lpAddress, SIZE_T dwSize, DWORD flAllocationType, DWO
                   commit ? flProtect : 0,
                   flProtect,
                   0,
+                  0,
                   0};
     if (!add_region(region)) {
         sys_munmap(result, size);
@@ -496,11 +666,10 @@ BOOL VirtualFree(LPVOID lpAddress, SIZE_T dwSize, DWORD dwFreeType) {
         fail(ERROR_INVALID_ADDRESS);
         return FALSE;
     }
-    if (sys_munmap(lpAddress, region->size) != 0) {
+    if (!release_space(region)) {
         fail_errno(errno);
         return FALSE;
     }
-    remove_region(region);
     return TRUE;
 }
 
@@ -519,7 +688,10 @@ SIZE_T VirtualQuery(LPCVOID lpAddress, PMEMORY_BASIC_INFORMATION lpBuffer, SIZE_
     bool ours = false;
     {
         Locked locked;
-        if (const Region* region = region_containing(address)) {
+        const Region* region = region_containing(address);
+        if (!region)
+            region = released_containing(address);
+        if (region) {
             describe_region(*region, page, info);
             ours = true;
         }
@@ -632,7 +804,8 @@ LPVOID MapViewOfFileEx(HANDLE hFileMappingObject, DWORD dwDesiredAccess, DWORD d
                   protect,
                   protect,
                   object->device,
-                  object->inode};
+                  object->inode,
+                  0};
     if (!add_region(region)) {
         sys_munmap(result, size);
         return fail_pointer(ERROR_NOT_ENOUGH_MEMORY);
@@ -647,11 +820,10 @@ BOOL UnmapViewOfFile(LPCVOID lpBaseAddress) {
         fail(ERROR_INVALID_ADDRESS);
         return FALSE;
     }
-    if (sys_munmap(reinterpret_cast<void*>(region->start), region->size) != 0) {
+    if (!release_space(region)) {
         fail_errno(errno);
         return FALSE;
     }
-    remove_region(region);
     return TRUE;
 }
 
