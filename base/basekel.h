@@ -15,6 +15,7 @@
 #include "MessageSystem.h"
 #include "Error.h"
 #include "Sync.h"
+#include "FILE.h"
 #include "DYNAMIC.h"
 
 #endif
