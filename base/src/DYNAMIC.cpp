@@ -15,6 +15,7 @@
 // meets a rebuild by another thread.
 #include "DYNAMIC.h"
 #include "Error.h"
+#include "FILE.h"
 #include "TString.h"
 
 #include <algorithm>
@@ -487,6 +488,11 @@ void* TDynamicMemoryMappedFile::Create(void* file, unsigned long access, unsigne
     range->published.store(range->start, std::memory_order_release);
     range->state.store(StateOf(generation, 1), std::memory_order_release);
     return base;
+}
+
+void* TDynamicMemoryMappedFile::Create(TFile& file, unsigned long size, unsigned long step,
+                                       unsigned long guard) {
+    return Create(file.Handle(), file.Mode(), size, step, guard);
 }
 
 void TDynamicMemoryMappedFile::Close(unsigned long finalSize) {
