@@ -125,6 +125,9 @@ public:
     static TString ExpandToFullPath(const TString& path);
 
 protected:
+    // Maps the file through Handle().
+    friend class TDynamicMemoryMappedFile;
+
     // Pushes the system's last error and the file error (code, texts), then
     // throws. Returns when an exception is already pending.
     static void ThrowFileError(unsigned short code, const TString& p1 = TString::NullString,

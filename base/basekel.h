@@ -16,5 +16,7 @@
 #include "Error.h"
 #include "Sync.h"
 #include "FILE.h"
+#include "MemReadFile.h"
+#include "DYNAMIC.h"
 
 #endif

@@ -34,6 +34,9 @@
 #include "win32/crtpath.h"
 #include "win32/user.h"
 #include "win32/locale.h"
+#include "win32/memory.h"
+#include "win32/priority.h"
+#include "win32/exceptions.h"
 #endif
 
 #endif

@@ -32,6 +32,7 @@
     X(ERROR_NO_MORE_FILES, 18, "There are no more files.")                                         \
     X(ERROR_WRITE_PROTECT, 19, "The media is write protected.")                                    \
     X(ERROR_NOT_READY, 21, "The device is not ready.")                                             \
+    X(ERROR_BAD_LENGTH, 24, "The program issued a command but the command length is incorrect.")   \
     X(ERROR_SEEK, 25, "The drive cannot locate a specific area or track on the disk.")             \
     X(ERROR_WRITE_FAULT, 29, "The system cannot write to the specified device.")                   \
     X(ERROR_READ_FAULT, 30, "The system cannot read from the specified device.")                   \
@@ -93,13 +94,20 @@
     X(ERROR_IO_PENDING, 997, "Overlapped I/O operation is in progress.")                           \
     X(ERROR_NOACCESS, 998, "Invalid access to memory location.")                                   \
     X(ERROR_INVALID_FLAGS, 1004, "Invalid flags.")                                                 \
+    X(ERROR_FILE_INVALID, 1006,                                                                    \
+      "The volume for a file has been externally altered so that the opened file is no longer "    \
+      "valid.")                                                                                    \
     X(ERROR_NO_UNICODE_TRANSLATION, 1113,                                                          \
       "No mapping for the Unicode character exists in the target multi-byte code page.")           \
     X(ERROR_IO_DEVICE, 1117, "The request could not be performed because of an I/O device error.") \
+    X(ERROR_MAPPED_ALIGNMENT, 1132,                                                                \
+      "The base address or the file offset specified does not have the proper alignment.")         \
     X(ERROR_TOO_MANY_LINKS, 1142,                                                                  \
       "An attempt was made to create more links on a file than the file system supports.")         \
     X(ERROR_NOT_FOUND, 1168, "Element not found.")                                                 \
     X(ERROR_CANCELLED, 1223, "The operation was canceled by the user.")                            \
+    X(ERROR_USER_MAPPED_FILE, 1224,                                                                \
+      "The requested operation cannot be performed on a file with a user-mapped section open.")    \
     X(ERROR_DISK_QUOTA_EXCEEDED, 1295,                                                             \
       "The requested operation cannot be completed due to a disk quota violation.")                \
     X(ERROR_PRIVILEGE_NOT_HELD, 1314, "A required privilege is not held by the client.")           \

@@ -39,6 +39,7 @@ typedef void* HINSTANCE;
 typedef void* HMODULE;
 typedef void* HWND;
 typedef void* LPVOID;
+typedef void* PVOID;
 typedef const void* LPCVOID;
 typedef char* LPSTR;
 typedef const char* LPCSTR;

@@ -4,9 +4,11 @@
 
 #include "win32/filehandle.h"
 #include "win32/fileinfo.h"
+#include "win32/mapping.h"
 #include "win32/pathmap.h"
 #include "win32/share.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
@@ -29,12 +31,46 @@ KELWIN_SYSCALL(fsync);
 namespace kelwin {
 namespace {
 
+constexpr std::uintptr_t kFirstFileHandle = 0x100000;
+
 HandleTable<OpenFile>& file_table() {
-    static HandleTable<OpenFile> table(0x100000);
+    static HandleTable<OpenFile> table(kFirstFileHandle);
     return table;
 }
 
+// A copy of each open file's descriptor and access, by slot, readable without
+// the table's lock: descriptor + 1 in the low 32 bits (0: no file), then one
+// bit each for read, write and directory.
+std::atomic<std::uint64_t> g_accessMirror[kMirroredFileHandles];
+
+constexpr std::uint64_t kMirrorRead = 1ull << 32;
+constexpr std::uint64_t kMirrorWrite = 1ull << 33;
+constexpr std::uint64_t kMirrorDirectory = 1ull << 34;
+
+bool mirror_slot(HANDLE handle, std::size_t& slot) {
+    const auto value = reinterpret_cast<std::uintptr_t>(handle);
+    if (value < kFirstFileHandle || (value - kFirstFileHandle) % 4 != 0)
+        return false;
+    slot = (value - kFirstFileHandle) / 4;
+    return slot < kMirroredFileHandles;
+}
+
+void mirror_store(HANDLE handle, const OpenFile* file) {
+    std::size_t slot = 0;
+    if (!mirror_slot(handle, slot))
+        return;
+    std::uint64_t word = 0;
+    if (file) {
+        word = static_cast<std::uint32_t>(file->fd + 1);
+        word |= file->canRead ? kMirrorRead : 0;
+        word |= file->canWrite ? kMirrorWrite : 0;
+        word |= file->isDirectory ? kMirrorDirectory : 0;
+    }
+    g_accessMirror[slot].store(word, std::memory_order_release);
+}
+
 bool close_file_handle(HANDLE handle, BOOL* result) {
+    mirror_store(handle, nullptr);
     if (!file_table().remove(handle))
         return false;
     *result = TRUE;
@@ -196,7 +232,38 @@ OpenFile::~OpenFile() {
 }
 
 HANDLE file_handle_insert(std::shared_ptr<OpenFile> file) {
-    return file_table().insert(std::move(file));
+    const OpenFile* object = file.get();
+    HANDLE handle = file_table().insert(std::move(file));
+    mirror_store(handle, object);
+    return handle;
+}
+
+bool file_handle_access(HANDLE handle, FileAccess& access) {
+    std::size_t slot = 0;
+    if (mirror_slot(handle, slot)) {
+        const std::uint64_t word = g_accessMirror[slot].load(std::memory_order_acquire);
+        if (word == 0) {
+            fail(ERROR_INVALID_HANDLE);
+            return false;
+        }
+        access.fd = static_cast<int>(static_cast<std::uint32_t>(word)) - 1;
+        access.canRead = word & kMirrorRead;
+        access.canWrite = word & kMirrorWrite;
+        access.isDirectory = word & kMirrorDirectory;
+        return true;
+    }
+    if (in_fault_handler()) {
+        fail(ERROR_INVALID_HANDLE);
+        return false;
+    }
+    auto file = file_handle_get(handle);
+    if (!file)
+        return false;
+    access.fd = file->fd;
+    access.canRead = file->canRead;
+    access.canWrite = file->canWrite;
+    access.isDirectory = file->isDirectory;
+    return true;
 }
 
 std::shared_ptr<OpenFile> file_handle_get(HANDLE handle) {
@@ -233,6 +300,11 @@ HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
         return fail_handle(ERROR_FILE_NOT_FOUND);
     if (exists && disposition == CREATE_NEW)
         return fail_handle(ERROR_FILE_EXISTS);
+
+    const bool truncates =
+        exists && (disposition == TRUNCATE_EXISTING || disposition == CREATE_ALWAYS);
+    if (truncates && st.st_size > 0 && file_is_mapped(st.st_dev, st.st_ino))
+        return fail_handle(ERROR_USER_MAPPED_FILE);
 
     const unsigned rights = rights_of(dwDesiredAccess);
     const int accessMode = host_access_mode(rights, disposition);
@@ -389,7 +461,15 @@ BOOL SetEndOfFile(HANDLE hFile) {
     if (!file->canWrite)
         return fail_bool(ERROR_ACCESS_DENIED);
     const off_t position = sys_lseek(file->fd, 0, SEEK_CUR);
-    if (position < 0 || sys_ftruncate(file->fd, position) != 0)
+    if (position < 0)
+        return fail_bool_errno(errno);
+    // A file with a mapping object or a view cannot be made shorter, as on
+    // Windows: the pages cut off would fault in the views.
+    struct stat st {};
+    if (sys_fstat(file->fd, &st) == 0 && position < st.st_size &&
+        file_is_mapped(st.st_dev, st.st_ino))
+        return fail_bool(ERROR_USER_MAPPED_FILE);
+    if (sys_ftruncate(file->fd, position) != 0)
         return fail_bool_errno(errno);
     return TRUE;
 }

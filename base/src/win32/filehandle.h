@@ -52,6 +52,8 @@ public:
 
     // The object, or null when the value is not an open handle of this table.
     std::shared_ptr<T> get(HANDLE handle) const {
+        if (!in_range(handle))
+            return nullptr;
         std::lock_guard<std::mutex> guard(m_lock);
         std::size_t slot = 0;
         if (!slot_of(handle, slot))
@@ -61,6 +63,8 @@ public:
 
     // Takes the object out of the table; null when there is none.
     std::shared_ptr<T> remove(HANDLE handle) {
+        if (!in_range(handle))
+            return nullptr;
         std::lock_guard<std::mutex> guard(m_lock);
         std::size_t slot = 0;
         if (!slot_of(handle, slot))
@@ -69,6 +73,14 @@ public:
     }
 
 private:
+    // Values below the table's range are turned away before the lock is
+    // taken, so that CloseHandle reaches the services with lower ranges
+    // without waiting here (file mappings are closed from fault handlers).
+    bool in_range(HANDLE handle) const {
+        auto value = reinterpret_cast<std::uintptr_t>(handle);
+        return value >= m_base && (value - m_base) % 4 == 0;
+    }
+
     bool slot_of(HANDLE handle, std::size_t& slot) const {
         auto value = reinterpret_cast<std::uintptr_t>(handle);
         if (value < m_base || (value - m_base) % 4 != 0)
@@ -89,9 +101,24 @@ HANDLE file_handle_insert(std::shared_ptr<OpenFile> file);
 // value is not an open file handle.
 std::shared_ptr<OpenFile> file_handle_get(HANDLE handle);
 
+// What a file mapping needs to know of a file handle. file_handle_access
+// reads it without a lock and without allocating, so that a fault handler may
+// ask (see memory.cpp); false with ERROR_INVALID_HANDLE set when the value is
+// not an open file handle. Only the first kMirroredFileHandles handles are
+// kept this way; a fault handler cannot reach the others.
+struct FileAccess {
+    int fd = -1;
+    bool canRead = false;
+    bool canWrite = false;
+    bool isDirectory = false;
+};
+constexpr std::size_t kMirroredFileHandles = 65536;
+bool file_handle_access(HANDLE handle, FileAccess& access);
+
 // CloseHandle asks each registered hook in turn whether the handle is one of
 // its own; the hook that owns it closes it, stores the result and returns
-// true. A handle no hook owns is invalid.
+// true. A handle no hook owns is invalid. A hook turns away values outside
+// its service's range without taking a lock; CloseHandle itself takes none.
 using CloseHook = bool (*)(HANDLE handle, BOOL* result);
 void register_close_hook(CloseHook hook);
 

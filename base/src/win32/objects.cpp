@@ -45,6 +45,9 @@ public:
 
     std::shared_ptr<KernelObject> remove(HANDLE handle) {
         std::shared_ptr<KernelObject> object;
+        // Values of other services are turned away before the lock is taken.
+        if (reinterpret_cast<std::uintptr_t>(handle) < kFirstHandle)
+            return nullptr;
         std::unique_lock<std::shared_mutex> guard(m_lock);
         std::size_t slot;
         if (!slot_of(handle, slot))
