@@ -116,8 +116,9 @@ TEST(Utf8ToWide, BufferTooSmall) {
 }
 
 // Lone surrogates become U+FFFD (EF BF BD); a pair cut by an explicit length
-// leaves a lone high surrogate.
-TEST(Utf8FromWide, LoneSurrogates) {
+// leaves a lone high surrogate. A character's bytes are written whole or not
+// at all; a full buffer is reported before an invalid unit.
+TEST(Utf8FromWide, LoneSurrogatesAndShortBuffers) {
     Units text = Z(u"x\U0001F600y");
     text.insert(text.begin(), 0xD800);
     text.insert(text.begin() + 2, 0xDC00);
@@ -131,38 +132,17 @@ TEST(Utf8FromWide, LoneSurrogates) {
     ByteResult strict = ToBytes(CP_UTF8, WC_ERR_INVALID_CHARS, text, -1, 32, nullptr, false);
     EXPECT_EQ(strict.result, 0);
     EXPECT_EQ(strict.error, ERROR_NO_UNICODE_TRANSLATION);
-}
 
-// A character's bytes are written whole or not at all; a full buffer is
-// reported before an invalid unit.
-TEST(Utf8FromWide, BufferTooSmall) {
     ByteResult pair = ToBytes(CP_UTF8, 0, U(u"\U0001F600"), 2, 3, nullptr, false);
     EXPECT_EQ(pair.result, 0);
     EXPECT_EQ(pair.error, ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(pair.buffer, "###");
-
     ByteResult euro = ToBytes(CP_UTF8, 0, Z(u"a\u20ac"), -1, 3, nullptr, false);
     EXPECT_EQ(euro.error, ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(euro.buffer, "a##");
-
-    Units lone{0xDC00, 'a', 0};
-    ByteResult strict = ToBytes(CP_UTF8, WC_ERR_INVALID_CHARS, lone, -1, 1, nullptr, false);
-    EXPECT_EQ(strict.error, ERROR_INSUFFICIENT_BUFFER);
-}
-
-// UTF-8 has no default character: asking for one, or whether it was used, is
-// an invalid parameter.
-TEST(Utf8FromWide, RefusesDefaultCharacterParameters) {
-    if (RunningOnWine())
-        GTEST_SKIP() << "Wine accepts lpDefaultChar and lpUsedDefaultChar for UTF-8";
-    Units text = Z(u"abc");
-    ByteResult withDefault = ToBytes(CP_UTF8, 0, text, -1, 8, "?", false);
-    EXPECT_EQ(withDefault.result, 0);
-    EXPECT_EQ(withDefault.error, ERROR_INVALID_PARAMETER);
-    ByteResult withUsed = ToBytes(CP_UTF8, 0, text, -1, 8, nullptr, true);
-    EXPECT_EQ(withUsed.result, 0);
-    EXPECT_EQ(withUsed.error, ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(withUsed.used, kUsedUntouched);
+    ByteResult lone =
+        ToBytes(CP_UTF8, WC_ERR_INVALID_CHARS, Units{0xDC00, 'a', 0}, -1, 1, nullptr, false);
+    EXPECT_EQ(lone.error, ERROR_INSUFFICIENT_BUFFER);
 }
 
 TEST(Utf8, Flags) {
@@ -175,19 +155,28 @@ TEST(Utf8, Flags) {
     EXPECT_EQ(ToBytes(CP_UTF8, 0x100, Z(u"a"), -1, 8, nullptr, false).error, ERROR_INVALID_FLAGS);
 }
 
-TEST(Utf8FromWide, OnlyInvalidCharsFlagIsAccepted) {
+// UTF-8 has no default character: asking for one, or whether it was used, is
+// an invalid parameter (checked before the flags); of the flags only
+// WC_ERR_INVALID_CHARS is accepted.
+TEST(Utf8FromWide, RefusesTheSingleByteParametersAndFlags) {
     if (RunningOnWine())
-        GTEST_SKIP() << "Wine accepts the single-byte flags for UTF-8 and checks flags before "
-                        "lpUsedDefaultChar";
+        GTEST_SKIP() << "Wine accepts lpDefaultChar, lpUsedDefaultChar and the single-byte flags "
+                        "for UTF-8";
+    Units text = Z(u"abc");
+    ByteResult withDefault = ToBytes(CP_UTF8, 0, text, -1, 8, "?", false);
+    EXPECT_EQ(withDefault.result, 0);
+    EXPECT_EQ(withDefault.error, ERROR_INVALID_PARAMETER);
+    ByteResult withUsed = ToBytes(CP_UTF8, 0, text, -1, 8, nullptr, true);
+    EXPECT_EQ(withUsed.result, 0);
+    EXPECT_EQ(withUsed.error, ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(withUsed.used, kUsedUntouched);
+    EXPECT_EQ(ToBytes(CP_UTF8, 0x100, text, -1, 8, nullptr, true).error, ERROR_INVALID_PARAMETER);
     for (DWORD flags : {DWORD{WC_NO_BEST_FIT_CHARS}, DWORD{WC_COMPOSITECHECK},
                         DWORD{WC_DEFAULTCHAR}, DWORD{WC_DISCARDNS}}) {
-        ByteResult r = ToBytes(CP_UTF8, flags, Z(u"a"), -1, 8, nullptr, false);
+        ByteResult r = ToBytes(CP_UTF8, flags, text, -1, 8, nullptr, false);
         EXPECT_EQ(r.result, 0) << flags;
         EXPECT_EQ(r.error, ERROR_INVALID_FLAGS) << flags;
     }
-    // The parameter check comes first.
-    EXPECT_EQ(ToBytes(CP_UTF8, 0x100, Z(u"a"), -1, 8, nullptr, true).error,
-              ERROR_INVALID_PARAMETER);
 }
 
 } // namespace
