@@ -288,22 +288,6 @@ TEST_F(FileIo, PositionsBeyond32BitsNeedTheHighPart) {
     EXPECT_EQ(Pos(), 0xFFFFFFFEu);
 }
 
-TEST_F(FileIo, OverlappedOffsetsOnASynchronousHandle) {
-    Put("abcdefgh");
-    OVERLAPPED at{};
-    at.Offset = 2;
-    char buffer[3] = {};
-    DWORD got = 0;
-    EXPECT_TRUE(ReadFile(m_file, buffer, 3, &got, &at));
-    EXPECT_EQ(std::string(buffer, got), "cde");
-    EXPECT_EQ(Pos(), 5u);
-    at.Offset = 6;
-    EXPECT_TRUE(WriteFile(m_file, "XY", 2, &got, &at));
-    EXPECT_EQ(Pos(), 8u);
-    Seek(0, FILE_BEGIN);
-    EXPECT_EQ(Get(8), "abcdefXY");
-}
-
 TEST(FileHandles, AccessIsCheckedPerHandle) {
     Dir dir;
     const std::string path = dir / "f.txt";
@@ -335,35 +319,6 @@ TEST(FileHandles, AccessIsCheckedPerHandle) {
     EXPECT_WIN32(GetFileSize(none, nullptr), INVALID_FILE_SIZE, ERROR_INVALID_HANDLE);
     EXPECT_WIN32(SetEndOfFile(writer), FALSE, ERROR_INVALID_HANDLE);
     EXPECT_WIN32(CloseHandle(nullptr), FALSE, ERROR_INVALID_HANDLE);
-}
-
-// The last-write time a search reports, as one 64-bit number.
-unsigned long long FoundWriteTime(const std::string& path) {
-    WIN32_FIND_DATAA data{};
-    HANDLE search = FindFirstFileA(path.c_str(), &data);
-    EXPECT_NE(search, INVALID_HANDLE_VALUE) << path;
-    FindClose(search);
-    return (static_cast<unsigned long long>(data.ftLastWriteTime.dwHighDateTime) << 32) |
-           data.ftLastWriteTime.dwLowDateTime;
-}
-
-// The last-write time is the one a search reports, and copying keeps it.
-TEST(FileHandles, FileTimeMatchesSearchAndSurvivesCopy) {
-    Dir dir;
-    const std::string path = dir / "t.txt";
-    ASSERT_TRUE(Write(path, "abc"));
-    HANDLE file = Open(path, kRead, kShareAll, OPEN_EXISTING);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE);
-    FILETIME created{}, accessed{}, written{};
-    ASSERT_TRUE(GetFileTime(file, &created, &accessed, &written));
-    CloseHandle(file);
-    // After 2001-01-01 (FILETIME 0x01C07385'2A3C4000): 100 ns since 1601.
-    EXPECT_GT(written.dwHighDateTime, 0x01C07385u);
-    const unsigned long long expected =
-        (static_cast<unsigned long long>(written.dwHighDateTime) << 32) | written.dwLowDateTime;
-    EXPECT_EQ(FoundWriteTime(path), expected);
-    ASSERT_TRUE(CopyFileA(path.c_str(), (dir / "copy.txt").c_str(), TRUE));
-    EXPECT_EQ(FoundWriteTime(dir / "copy.txt"), expected);
 }
 
 } // namespace

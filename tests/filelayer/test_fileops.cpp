@@ -1,5 +1,5 @@
-// Attributes, copy, move, delete, directories, temporary names, drives,
-// environment variables and module names.
+// Attributes, copy, move, delete, directories, temporary names and module
+// names.
 #include "filetest.h"
 
 #include <cctype>
@@ -189,45 +189,7 @@ TEST(TempFileName, GivenNumbersNameZeroPicksAndCreates) {
     EXPECT_WIN32(GetTempFileNameA((dir / "missing").c_str(), "x", 0, name), 0u, ERROR_DIRECTORY);
 }
 
-TEST(TempPath, EndsWithBackslashAndMapsBack) {
-    char path[MAX_PATH + 1];
-    const DWORD n = GetTempPathA(sizeof path, path);
-    ASSERT_GT(n, 0u);
-    ASSERT_LT(n, sizeof path);
-    EXPECT_EQ(path[n - 1], '\\');
-    EXPECT_EQ(std::string(path), FullPath(path) + (FullPath(path).back() == '\\' ? "" : "\\"));
-    EXPECT_EQ(GetTempPathA(2, path), n + 1);
-    // A file made under the returned path is found there again.
-    ASSERT_EQ(GetTempPathA(sizeof path, path), n);
-    char name[MAX_PATH];
-    ASSERT_NE(GetTempFileNameA(path, "rt", 0, name), 0u);
-    EXPECT_EQ(Names(name).size(), 1u);
-    EXPECT_TRUE(DeleteFileA(name));
-}
-
-// --- drives, environment, modules --------------------------------------------
-
-TEST(DriveType, DriveRootsAreFixedOthersHaveNoRoot) {
-    char cwd[1024];
-    ASSERT_GT(GetCurrentDirectoryA(sizeof cwd, cwd), 2u);
-    const std::string drive(cwd, 2), root = drive + "\\";
-    for (const char* fixed : {root.c_str(), drive.c_str(), static_cast<const char*>(nullptr)})
-        EXPECT_EQ(GetDriveTypeA(fixed), static_cast<UINT>(DRIVE_FIXED));
-    EXPECT_EQ(GetDriveTypeA("c"), static_cast<UINT>(DRIVE_NO_ROOT_DIR));
-    EXPECT_EQ(GetDriveTypeA("Q:\\"), static_cast<UINT>(DRIVE_NO_ROOT_DIR));
-}
-
-TEST(Environment, VariablesWithWindowsBufferRules) {
-    const char* name = "BASEKEL_FILELAYER_TEST_VAR";
-    ASSERT_TRUE(SetEnvironmentVariableA(name, "some value"));
-    char buffer[64];
-    EXPECT_EQ(GetEnvironmentVariableA(name, buffer, sizeof buffer), 10u);
-    EXPECT_STREQ(buffer, "some value");
-    EXPECT_EQ(GetEnvironmentVariableA("basekel_filelayer_test_var", buffer, sizeof buffer), 10u);
-    EXPECT_EQ(GetEnvironmentVariableA(name, buffer, 10), 11u); // size needed, NUL included
-    ASSERT_TRUE(SetEnvironmentVariableA(name, nullptr));
-    EXPECT_WIN32(GetEnvironmentVariableA(name, buffer, 64), 0u, ERROR_ENVVAR_NOT_FOUND);
-}
+// --- modules ------------------------------------------------------------------
 
 HMODULE LibraryModule() {
 #if defined(_WIN32)

@@ -45,7 +45,9 @@ TEST_F(Find, WildcardsMatchWithoutRegardToCase) {
     EXPECT_EQ(Match("NOEXT"), (Set{"noext"})); // the name as the directory spells it
 }
 
-TEST_F(Find, DotEntriesComeFirstOutsideADriveRoot) {
+// Outside a drive root "." and ".." come first; records carry names as the
+// directory spells them, sizes and attributes.
+TEST_F(Find, RecordsInOrderWithAttributesAndSizes) {
     WIN32_FIND_DATAA data;
     HANDLE search = FindFirstFileA((m_dir / "*").c_str(), &data);
     ASSERT_NE(search, INVALID_HANDLE_VALUE);
@@ -63,28 +65,42 @@ TEST_F(Find, DotEntriesComeFirstOutsideADriveRoot) {
     EXPECT_EQ(names[1], "..");
     EXPECT_TRUE(attributes[0] & attributes[1] & FILE_ATTRIBUTE_DIRECTORY);
     EXPECT_EQ(Match("*.txt").count("."), 0u);
-}
 
-TEST_F(Find, RecordsCarryAttributesAndSizes) {
-    WIN32_FIND_DATAA data;
-    HANDLE search = FindFirstFileA((m_dir / "gamma.log").c_str(), &data);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
+    data = First(m_dir / "gamma.log");
     EXPECT_STREQ(data.cFileName, "gamma.log");
     EXPECT_EQ(data.nFileSizeLow, 5u);
     EXPECT_EQ(data.nFileSizeHigh, 0u);
     EXPECT_FALSE(data.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY));
     EXPECT_NE(data.ftLastWriteTime.dwHighDateTime, 0u);
-    EXPECT_WIN32(FindNextFileA(search, &data), FALSE, ERROR_NO_MORE_FILES);
-    FindClose(search);
-
     // A directory named without wildcards finds its own entry.
     data = First(m_dir / "SUB");
     EXPECT_STREQ(data.cFileName, "sub");
     EXPECT_TRUE(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-
     ASSERT_TRUE(SetFileAttributesA((m_dir / "noext").c_str(), FILE_ATTRIBUTE_READONLY));
     EXPECT_TRUE(First(m_dir / "noext").dwFileAttributes & FILE_ATTRIBUTE_READONLY);
     EXPECT_TRUE(SetFileAttributesA((m_dir / "noext").c_str(), FILE_ATTRIBUTE_NORMAL));
+    // A name without wildcards gives one record.
+    search = FindFirstFileA((m_dir / "gamma.log").c_str(), &data);
+    EXPECT_WIN32(FindNextFileA(search, &data), FALSE, ERROR_NO_MORE_FILES);
+    FindClose(search);
+}
+
+// The last-write time a search reports is the handle's, and copying keeps it.
+TEST_F(Find, WriteTimeMatchesTheHandleAndSurvivesCopy) {
+    const std::string path = m_dir / "gamma.log", copy = m_dir / "copy.log";
+    HANDLE file = Open(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    FILETIME created{}, accessed{}, written{};
+    ASSERT_TRUE(GetFileTime(file, &created, &accessed, &written));
+    CloseHandle(file);
+    // After 2001-01-01 (FILETIME 0x01C07385'2A3C4000): 100 ns since 1601.
+    EXPECT_GT(written.dwHighDateTime, 0x01C07385u);
+    ASSERT_TRUE(CopyFileA(path.c_str(), copy.c_str(), TRUE));
+    for (const std::string& name : {path, copy}) {
+        const FILETIME found = First(name).ftLastWriteTime;
+        EXPECT_EQ(found.dwLowDateTime, written.dwLowDateTime) << name;
+        EXPECT_EQ(found.dwHighDateTime, written.dwHighDateTime) << name;
+    }
 }
 
 TEST_F(Find, FailuresAsWindowsReportsThem) {
@@ -108,23 +124,6 @@ TEST_F(Find, FailuresAsWindowsReportsThem) {
 #if !defined(_WIN32) // Wine accepts a search handle closed before
     EXPECT_WIN32(FindClose(search), FALSE, ERROR_INVALID_HANDLE);
 #endif
-}
-
-// A search taken before a file is removed skips it rather than failing.
-TEST_F(Find, FilesRemovedDuringASearchAreSkipped) {
-#if defined(_WIN32)
-    GTEST_SKIP() << "Windows hands out records it read ahead, removed files included";
-#endif
-    WIN32_FIND_DATAA data;
-    HANDLE search = FindFirstFileA((m_dir / "*.txt").c_str(), &data);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
-    const std::string first = data.cFileName;
-    for (const char* name : {"alpha.txt", "Beta.TXT", "abc.txt"}) {
-        if (first != name)
-            DeleteFileA((m_dir / name).c_str());
-    }
-    EXPECT_WIN32(FindNextFileA(search, &data), FALSE, ERROR_NO_MORE_FILES);
-    FindClose(search);
 }
 
 // Windows translates '?' into a wildcard that also matches nothing before a

@@ -3,7 +3,6 @@
 #include "testsupport.h"
 
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -49,21 +48,6 @@ TEST(Tls, BadAndFreedIndexesFail) {
     SetLastError(ERROR_SUCCESS);
     EXPECT_FALSE(TlsFree(index));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-}
-
-TEST(Tls, RunningOutOfIndexesFailsWithNoMoreItems) {
-    std::vector<DWORD> taken;
-    for (DWORD index; (index = TlsAlloc()) != TLS_OUT_OF_INDEXES;) {
-        taken.push_back(index);
-        ASSERT_LT(taken.size(), 5000u);
-    }
-    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_ITEMS);
-    EXPECT_FALSE(taken.empty());
-    for (DWORD index : taken)
-        EXPECT_TRUE(TlsFree(index));
-    const DWORD index = TlsAlloc();
-    EXPECT_NE(index, TLS_OUT_OF_INDEXES);
-    TlsFree(index);
 }
 
 } // namespace
