@@ -141,9 +141,8 @@ TEST(ConversionErrors, InvalidParameters) {
 // WC_ERR_INVALID_CHARS is for UTF-8 only (Wine accepts it for single-byte
 // code pages).
 TEST(ConversionErrors, InvalidFlags) {
-    for (DWORD flags : {DWORD{0x10}, DWORD{0x100}, DWORD{0x10000}}) {
+    for (DWORD flags : {DWORD{0x10}, DWORD{0x100}, DWORD{0x10000}})
         EXPECT_EQ(ToWide(1252, flags, "ab", -1, 8).Failure(), ERROR_INVALID_FLAGS) << flags;
-    }
     std::vector<DWORD> invalid = {0x1, 0x100, 0x800, 0x10000};
     if (!RunningOnWine())
         invalid.push_back(WC_ERR_INVALID_CHARS);

@@ -307,9 +307,8 @@ TEST(FileHandles, AccessIsCheckedPerHandle) {
     EXPECT_EQ(GetFileSize(none, nullptr), 3u); // metadata needs no access
     FILETIME t{};
     EXPECT_TRUE(GetFileTime(none, &t, &t, &t));
-    for (HANDLE h : {reader, writer, none}) {
+    for (HANDLE h : {reader, writer, none})
         EXPECT_TRUE(CloseHandle(h));
-    }
     // A closed handle is no longer valid for anything.
     EXPECT_WIN32(CloseHandle(reader), FALSE, ERROR_INVALID_HANDLE);
     EXPECT_WIN32(ReadFile(reader, buffer, 1, &n, nullptr), FALSE, ERROR_INVALID_HANDLE);

@@ -33,9 +33,8 @@ TEST(FileAttributes, ReportKindsAndMissingPaths) {
                    {dir / "missing\\x", ERROR_PATH_NOT_FOUND},
                    {dir / "f*", ERROR_INVALID_NAME},
                    {"", ERROR_PATH_NOT_FOUND}};
-    for (const auto& m : missing) {
+    for (const auto& m : missing)
         EXPECT_WIN32(GetFileAttributesA(m.path.c_str()), INVALID_FILE_ATTRIBUTES, m.error);
-    }
 }
 
 // A file created read-only is still writable through the handle that
@@ -61,9 +60,8 @@ TEST(FileAttributes, ReadOnlyFiles) {
     ASSERT_TRUE(CopyFileA(path.c_str(), copy.c_str(), TRUE));
     EXPECT_TRUE(GetFileAttributesA(copy.c_str()) & FILE_ATTRIBUTE_READONLY);
     EXPECT_WIN32(DeleteFileA(copy.c_str()), FALSE, ERROR_ACCESS_DENIED);
-    for (const std::string& name : {path, copy}) {
+    for (const std::string& name : {path, copy})
         EXPECT_TRUE(SetFileAttributesA(name.c_str(), FILE_ATTRIBUTE_NORMAL));
-    }
 }
 
 TEST(CopyFile, CopiesAndReportsWindowsErrors) {
@@ -83,9 +81,8 @@ TEST(CopyFile, CopiesAndReportsWindowsErrors) {
                     {dir.path(), dir / "x", ERROR_ACCESS_DENIED},
                     {from, dir / "missing\\x", ERROR_PATH_NOT_FOUND},
                     {from, from, ERROR_SHARING_VIOLATION}};
-    for (const auto& f : failures) {
+    for (const auto& f : failures)
         EXPECT_WIN32(CopyFileA(f.from.c_str(), f.to.c_str(), FALSE), FALSE, f.error);
-    }
     EXPECT_EQ(Read(from), "new");
 }
 
@@ -108,9 +105,8 @@ TEST(MoveFile, RenamesReplacesAndRefuses) {
                     {dir / "missing\\x", b, 0, ERROR_PATH_NOT_FOUND},
                     {a, dir / "missing\\x", 0, ERROR_PATH_NOT_FOUND},
                     {a, dir / "sub", MOVEFILE_REPLACE_EXISTING, ERROR_ACCESS_DENIED}};
-    for (const auto& f : failures) {
+    for (const auto& f : failures)
         EXPECT_WIN32(MoveFileExA(f.from.c_str(), f.to.c_str(), f.flags), FALSE, f.error);
-    }
     // Directories move too, with what they hold.
     ASSERT_TRUE(Write(dir / "sub\\inner", "I"));
     EXPECT_TRUE(MoveFileExA((dir / "sub").c_str(), (dir / "moved").c_str(), 0));

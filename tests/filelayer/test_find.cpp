@@ -13,9 +13,8 @@ const Set kAll = {"alpha.txt", "Beta.TXT", "abc.txt", "gamma.log", "noext", "sub
 class Find : public ::testing::Test {
 protected:
     void SetUp() override {
-        for (const char* name : {"alpha.txt", "Beta.TXT", "abc.txt", "gamma.log", "noext"}) {
+        for (const char* name : {"alpha.txt", "Beta.TXT", "abc.txt", "gamma.log", "noext"})
             ASSERT_TRUE(Write(m_dir / name, "12345"));
-        }
         ASSERT_TRUE(CreateDirectoryA((m_dir / "sub").c_str(), nullptr));
     }
     Set Match(const std::string& pattern) { return Names(m_dir / pattern); }

@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <dirent.h>
 #include <dlfcn.h>
-#include <functional>
 #include <sys/stat.h>
 #include <type_traits>
 #include <unistd.h>
@@ -41,7 +40,9 @@ int DladdrNothing(const void*, Dl_info*) {
 class Injected : public ::testing::Test {
 protected:
     void TearDown() override { kelwin_reset_syscalls(); }
+    // Makes the system call `name` fail through `replacement`, and only it.
     void Inject(const char* name, void* replacement) {
+        kelwin_reset_syscalls();
         ASSERT_EQ(kelwin_set_syscall(name, replacement), 1) << name;
     }
     Dir m_dir;
@@ -49,69 +50,51 @@ protected:
 
 #define FAKE(...) reinterpret_cast<void*>(&__VA_ARGS__)
 
-// Each case makes one system call fail and expects the Win32 call that makes
-// it to fail with the Win32 code for that errno.
+// Each failing system call makes the Win32 call that made it fail with the
+// Win32 code for that errno.
 TEST_F(Injected, FailuresBecomeWin32Codes) {
-    ASSERT_TRUE(Write(m_dir / "f", "x"));
+    const std::string f = m_dir / "f";
+    ASSERT_TRUE(Write(f, "x"));
     HANDLE file = Open(m_dir / "h", GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
     ASSERT_NE(file, INVALID_HANDLE_VALUE);
     char buffer[256];
     DWORD n = 99;
     FILETIME t;
     WIN32_FIND_DATAA data;
-    const std::string f = m_dir / "f";
-    const struct {
-        const char* syscall;
-        void* fake;
-        std::function<bool()> failed; // whether the Win32 call reported failure
-        DWORD error;
-    } cases[] = {
-        {"open", FAKE(FailsVarargs<EACCES, const char*, int>),
-         [&] { return Open(f, GENERIC_WRITE, 0, OPEN_EXISTING) == INVALID_HANDLE_VALUE; },
-         ERROR_ACCESS_DENIED},
-        {"open", FAKE(FailsVarargs<EMFILE, const char*, int>),
-         [&] { return Open(m_dir / "g", GENERIC_WRITE, 0, CREATE_NEW) == INVALID_HANDLE_VALUE; },
-         ERROR_TOO_MANY_OPEN_FILES},
-        {"read", FAKE(Fails<EIO, ssize_t, int, void*, size_t>),
-         [&] { return !ReadFile(file, buffer, 8, &n, nullptr) && n == 0; }, ERROR_IO_DEVICE},
-        {"write", FAKE(Fails<ENOSPC, ssize_t, int, const void*, size_t>),
-         [&] { return !WriteFile(file, "abc", 3, &n, nullptr); }, ERROR_DISK_FULL},
-        {"fsync", FAKE(Fails<EIO, int, int>), [&] { return !FlushFileBuffers(file); },
-         ERROR_IO_DEVICE},
-        {"ftruncate", FAKE(Fails<EFBIG, int, int, off_t>), [&] { return !SetEndOfFile(file); },
-         ERROR_DISK_FULL},
-        {"statx", FAKE(Fails<EACCES, int, int, const char*, int, unsigned, struct statx*>),
-         [&] { return !GetFileTime(file, &t, &t, &t); }, ERROR_ACCESS_DENIED},
-        {"mkdir", FAKE(Fails<ENOSPC, int, const char*, mode_t>),
-         [&] { return !CreateDirectoryA((m_dir / "d").c_str(), nullptr); }, ERROR_DISK_FULL},
-        {"dup", FAKE(Fails<EMFILE, int, int>),
-         [&] { return FindFirstFileA((m_dir / "*").c_str(), &data) == INVALID_HANDLE_VALUE; },
-         ERROR_TOO_MANY_OPEN_FILES},
-        {"unlink", FAKE(Fails<EBUSY, int, const char*>), [&] { return !DeleteFileA(f.c_str()); },
-         ERROR_BUSY},
-        {"getcwd", FAKE(Fails<ENOENT, char*, char*, size_t>),
-         [&] { return GetCurrentDirectoryA(sizeof buffer, buffer) == 0; }, ERROR_FILE_NOT_FOUND},
-        {"dladdr", FAKE(DladdrNothing),
-         [&] {
-             return GetModuleFileNameA(reinterpret_cast<HMODULE>(&CreateFileA), buffer,
-                                       sizeof buffer) == 0;
-         },
-         ERROR_MOD_NOT_FOUND},
-        {"readlink", FAKE(Fails<EACCES, ssize_t, const char*, char*, size_t>),
-         [&] { return GetModuleFileNameA(nullptr, buffer, sizeof buffer) == 0; },
-         ERROR_ACCESS_DENIED},
-    };
-    for (const auto& c : cases) {
-        Inject(c.syscall, c.fake);
-        SetLastError(0xDEAD);
-        EXPECT_TRUE(c.failed()) << c.syscall;
-        EXPECT_EQ(GetLastError(), c.error) << c.syscall;
-        kelwin_reset_syscalls();
-    }
+    Inject("open", FAKE(FailsVarargs<EACCES, const char*, int>));
+    EXPECT_WIN32(Open(f, GENERIC_WRITE, 0, OPEN_EXISTING), INVALID_HANDLE_VALUE,
+                 ERROR_ACCESS_DENIED);
+    Inject("open", FAKE(FailsVarargs<EMFILE, const char*, int>));
+    EXPECT_WIN32(Open(m_dir / "g", GENERIC_WRITE, 0, CREATE_NEW), INVALID_HANDLE_VALUE,
+                 ERROR_TOO_MANY_OPEN_FILES);
+    Inject("read", FAKE(Fails<EIO, ssize_t, int, void*, size_t>));
+    EXPECT_WIN32(ReadFile(file, buffer, 8, &n, nullptr), FALSE, ERROR_IO_DEVICE);
+    EXPECT_EQ(n, 0u);
+    Inject("write", FAKE(Fails<ENOSPC, ssize_t, int, const void*, size_t>));
+    EXPECT_WIN32(WriteFile(file, "abc", 3, &n, nullptr), FALSE, ERROR_DISK_FULL);
+    Inject("fsync", FAKE(Fails<EIO, int, int>));
+    EXPECT_WIN32(FlushFileBuffers(file), FALSE, ERROR_IO_DEVICE);
+    Inject("ftruncate", FAKE(Fails<EFBIG, int, int, off_t>));
+    EXPECT_WIN32(SetEndOfFile(file), FALSE, ERROR_DISK_FULL);
+    Inject("statx", FAKE(Fails<EACCES, int, int, const char*, int, unsigned, struct statx*>));
+    EXPECT_WIN32(GetFileTime(file, &t, &t, &t), FALSE, ERROR_ACCESS_DENIED);
     Inject("lseek", FAKE(Fails<EOVERFLOW, off_t, int, off_t, int>));
     EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
+    Inject("mkdir", FAKE(Fails<ENOSPC, int, const char*, mode_t>));
+    EXPECT_WIN32(CreateDirectoryA((m_dir / "d").c_str(), nullptr), FALSE, ERROR_DISK_FULL);
+    Inject("dup", FAKE(Fails<EMFILE, int, int>));
+    EXPECT_WIN32(FindFirstFileA((m_dir / "*").c_str(), &data), INVALID_HANDLE_VALUE,
+                 ERROR_TOO_MANY_OPEN_FILES);
+    Inject("unlink", FAKE(Fails<EBUSY, int, const char*>));
+    EXPECT_WIN32(DeleteFileA(f.c_str()), FALSE, ERROR_BUSY);
     Inject("getcwd", FAKE(Fails<ENOENT, char*, char*, size_t>));
+    EXPECT_WIN32(GetCurrentDirectoryA(sizeof buffer, buffer), 0u, ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(_getcwd(buffer, sizeof buffer), nullptr);
+    Inject("dladdr", FAKE(DladdrNothing));
+    EXPECT_WIN32(GetModuleFileNameA(reinterpret_cast<HMODULE>(&CreateFileA), buffer, 64), 0u,
+                 ERROR_MOD_NOT_FOUND);
+    Inject("readlink", FAKE(Fails<EACCES, ssize_t, const char*, char*, size_t>));
+    EXPECT_WIN32(GetModuleFileNameA(nullptr, buffer, sizeof buffer), 0u, ERROR_ACCESS_DENIED);
     kelwin_reset_syscalls();
     EXPECT_TRUE(CloseHandle(file));
 }

@@ -38,9 +38,8 @@ TEST(TFileStringParse, SplitsIntoParts) {
         {"c:\\data\\sub\\", 0, {"c:", "\\data\\sub\\", "", ""}},
         {"c:\\data\\sub", 1, {"c:", "\\data\\sub", "", ""}},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(PartsOf(TFileString(TString(c.path), c.bIsDir)), c.parts) << c.path;
-    }
     TFileString f(TString("C:/Data/Sub/File.TXT"), 0);
     EXPECT_EQ(Str(f.GetFullName()), "c:\\data\\sub\\file.txt");
     EXPECT_EQ(Str(f.GetDrvDir()), "c:\\data\\sub\\");

@@ -340,6 +340,7 @@ TEST(TStringValue, FailuresRestoreErrno) {
     errno = 1234;
     EXPECT_EQ(TString("").Value(v, 10, nullptr), 0u);
     EXPECT_EQ(TString("99999999999").Value(v, 10, nullptr), 0u);
+    EXPECT_EQ(TString("-99999999999").Value(v, 10, nullptr), 0u);
     EXPECT_EQ(TString("99999999999").Value(u, 10, nullptr), 0u);
     EXPECT_EQ(TString("99999999999").Value(q, nullptr), 0u);
     EXPECT_EQ(errno, 1234);
