@@ -13,6 +13,7 @@
 namespace cptest {
 
 constexpr DWORD kUntouchedError = 0xDEADBEEF;
+constexpr DWORD kSucceeded = 0; // what Failure() gives for a call that did not fail
 constexpr WCHAR kWideMarker = 0x2323;
 constexpr char kByteMarker = '#';
 
@@ -39,6 +40,8 @@ struct WideResult {
     Units Written() const {
         return Units(buffer.begin(), buffer.begin() + (result > 0 ? result : 0));
     }
+    // The last error when the call failed (returned 0), else kSucceeded.
+    DWORD Failure() const { return result == 0 ? error : kSucceeded; }
 };
 
 // MultiByteToWideChar into a marked buffer of `capacity` units (null for 0).
@@ -65,6 +68,7 @@ struct ByteResult {
     std::string buffer; // the whole output buffer afterwards
     BOOL used;          // 7 when the call left lpUsedDefaultChar alone
     std::string Written() const { return buffer.substr(0, result > 0 ? result : 0); }
+    DWORD Failure() const { return result == 0 ? error : kSucceeded; }
 };
 
 constexpr BOOL kUsedUntouched = 7;

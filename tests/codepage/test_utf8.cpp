@@ -84,13 +84,12 @@ TEST(Utf8ToWide, InvalidSequencesBecomeReplacementCharacters) {
         EXPECT_EQ(r.Written(), U(s.text)) << testing::PrintToString(s.bytes);
         EXPECT_EQ(r.error, kUntouchedError);
 
-        WideResult strict = ToWide(CP_UTF8, MB_ERR_INVALID_CHARS, s.bytes);
-        EXPECT_EQ(strict.result, 0) << testing::PrintToString(s.bytes);
-        EXPECT_EQ(strict.error, ERROR_NO_UNICODE_TRANSLATION);
-        WideResult strictSize =
-            ToWide(CP_UTF8, MB_ERR_INVALID_CHARS, s.bytes, static_cast<int>(s.bytes.size()), 0);
-        EXPECT_EQ(strictSize.result, 0);
-        EXPECT_EQ(strictSize.error, ERROR_NO_UNICODE_TRANSLATION);
+        EXPECT_EQ(ToWide(CP_UTF8, MB_ERR_INVALID_CHARS, s.bytes).Failure(),
+                  ERROR_NO_UNICODE_TRANSLATION)
+            << testing::PrintToString(s.bytes);
+        const int length = static_cast<int>(s.bytes.size()); // and a size query
+        EXPECT_EQ(ToWide(CP_UTF8, MB_ERR_INVALID_CHARS, s.bytes, length, 0).Failure(),
+                  ERROR_NO_UNICODE_TRANSLATION);
     }
 }
 
@@ -101,13 +100,11 @@ TEST(Utf8ToWide, BufferTooSmall) {
                                      "\xc0"
                                      "abc",
                                      -1, 2);
-    EXPECT_EQ(invalidFirst.result, 0);
-    EXPECT_EQ(invalidFirst.error, ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(invalidFirst.Failure(), ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(invalidFirst.buffer, (Units{0xFFFD, 'a'}));
 
     WideResult split = ToWide(CP_UTF8, 0, "a\xf0\x9f\x98\x80", -1, 2);
-    EXPECT_EQ(split.result, 0);
-    EXPECT_EQ(split.error, ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(split.Failure(), ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(split.buffer, (Units{'a', 0xD83D}));
 
     WideResult fits = ToWide(CP_UTF8, 0, "a\xf0\x9f\x98\x80", 5, 3);
@@ -116,8 +113,9 @@ TEST(Utf8ToWide, BufferTooSmall) {
 }
 
 // Lone surrogates become U+FFFD (EF BF BD); a pair cut by an explicit length
-// leaves a lone high surrogate.
-TEST(Utf8FromWide, LoneSurrogates) {
+// leaves a lone high surrogate. A character's bytes are written whole or not
+// at all; a full buffer is reported before an invalid unit.
+TEST(Utf8FromWide, LoneSurrogatesAndShortBuffers) {
     Units text = Z(u"x\U0001F600y");
     text.insert(text.begin(), 0xD800);
     text.insert(text.begin() + 2, 0xDC00);
@@ -128,66 +126,18 @@ TEST(Utf8FromWide, LoneSurrogates) {
     ByteResult cut = ToBytes(CP_UTF8, 0, U(u"\U0001F600"), 1, 8, nullptr, false);
     EXPECT_EQ(cut.Written(), "\xef\xbf\xbd");
 
-    ByteResult strict = ToBytes(CP_UTF8, WC_ERR_INVALID_CHARS, text, -1, 32, nullptr, false);
-    EXPECT_EQ(strict.result, 0);
-    EXPECT_EQ(strict.error, ERROR_NO_UNICODE_TRANSLATION);
-}
+    EXPECT_EQ(ToBytes(CP_UTF8, WC_ERR_INVALID_CHARS, text, -1, 32, nullptr, false).Failure(),
+              ERROR_NO_UNICODE_TRANSLATION);
 
-// A character's bytes are written whole or not at all; a full buffer is
-// reported before an invalid unit.
-TEST(Utf8FromWide, BufferTooSmall) {
     ByteResult pair = ToBytes(CP_UTF8, 0, U(u"\U0001F600"), 2, 3, nullptr, false);
-    EXPECT_EQ(pair.result, 0);
-    EXPECT_EQ(pair.error, ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(pair.Failure(), ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(pair.buffer, "###");
-
     ByteResult euro = ToBytes(CP_UTF8, 0, Z(u"a\u20ac"), -1, 3, nullptr, false);
     EXPECT_EQ(euro.error, ERROR_INSUFFICIENT_BUFFER);
     EXPECT_EQ(euro.buffer, "a##");
-
-    Units lone{0xDC00, 'a', 0};
-    ByteResult strict = ToBytes(CP_UTF8, WC_ERR_INVALID_CHARS, lone, -1, 1, nullptr, false);
-    EXPECT_EQ(strict.error, ERROR_INSUFFICIENT_BUFFER);
-}
-
-// UTF-8 has no default character: asking for one, or whether it was used, is
-// an invalid parameter.
-TEST(Utf8FromWide, RefusesDefaultCharacterParameters) {
-    if (RunningOnWine())
-        GTEST_SKIP() << "Wine accepts lpDefaultChar and lpUsedDefaultChar for UTF-8";
-    Units text = Z(u"abc");
-    ByteResult withDefault = ToBytes(CP_UTF8, 0, text, -1, 8, "?", false);
-    EXPECT_EQ(withDefault.result, 0);
-    EXPECT_EQ(withDefault.error, ERROR_INVALID_PARAMETER);
-    ByteResult withUsed = ToBytes(CP_UTF8, 0, text, -1, 8, nullptr, true);
-    EXPECT_EQ(withUsed.result, 0);
-    EXPECT_EQ(withUsed.error, ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(withUsed.used, kUsedUntouched);
-}
-
-TEST(Utf8, Flags) {
-    // MultiByteToWideChar accepts and ignores the composition flags.
-    for (DWORD flags : {DWORD{MB_PRECOMPOSED}, DWORD{MB_COMPOSITE}, DWORD{MB_USEGLYPHCHARS}}) {
-        WideResult r = ToWide(CP_UTF8, flags, "\xc3\xa9\x01");
-        EXPECT_EQ(r.Written(), U(u"\u00e9\u0001")) << flags;
-    }
-    EXPECT_EQ(ToWide(CP_UTF8, 0x10, "a").error, ERROR_INVALID_FLAGS);
-    EXPECT_EQ(ToBytes(CP_UTF8, 0x100, Z(u"a"), -1, 8, nullptr, false).error, ERROR_INVALID_FLAGS);
-}
-
-TEST(Utf8FromWide, OnlyInvalidCharsFlagIsAccepted) {
-    if (RunningOnWine())
-        GTEST_SKIP() << "Wine accepts the single-byte flags for UTF-8 and checks flags before "
-                        "lpUsedDefaultChar";
-    for (DWORD flags : {DWORD{WC_NO_BEST_FIT_CHARS}, DWORD{WC_COMPOSITECHECK},
-                        DWORD{WC_DEFAULTCHAR}, DWORD{WC_DISCARDNS}}) {
-        ByteResult r = ToBytes(CP_UTF8, flags, Z(u"a"), -1, 8, nullptr, false);
-        EXPECT_EQ(r.result, 0) << flags;
-        EXPECT_EQ(r.error, ERROR_INVALID_FLAGS) << flags;
-    }
-    // The parameter check comes first.
-    EXPECT_EQ(ToBytes(CP_UTF8, 0x100, Z(u"a"), -1, 8, nullptr, true).error,
-              ERROR_INVALID_PARAMETER);
+    ByteResult lone =
+        ToBytes(CP_UTF8, WC_ERR_INVALID_CHARS, Units{0xDC00, 'a', 0}, -1, 1, nullptr, false);
+    EXPECT_EQ(lone.error, ERROR_INSUFFICIENT_BUFFER);
 }
 
 } // namespace

@@ -80,12 +80,13 @@ inline std::set<std::string> Names(const std::string& pattern) {
     return names;
 }
 
-// Runs a call and gives the last error it left.
-template <class Call> DWORD ErrorOf(Call call) {
-    SetLastError(0xDEAD);
-    call();
-    return GetLastError();
-}
+// Expects a Win32 call to give `result` and leave `error` as the last error.
+#define EXPECT_WIN32(call, result, error)                                                          \
+    do {                                                                                           \
+        SetLastError(0xDEAD);                                                                      \
+        EXPECT_EQ(call, result) << #call;                                                          \
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(error)) << #call;                             \
+    } while (0)
 
 // Upper-cased copy, for comparisons that Windows makes without regard to case.
 inline std::string Upper(std::string text) {

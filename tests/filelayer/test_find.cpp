@@ -7,30 +7,28 @@ using namespace filetest;
 
 namespace {
 
+using Set = std::set<std::string>;
+const Set kAll = {"alpha.txt", "Beta.TXT", "abc.txt", "gamma.log", "noext", "sub"};
+
 class Find : public ::testing::Test {
 protected:
     void SetUp() override {
-        for (const char* name : {"alpha.txt", "Beta.TXT", "abc.txt", "gamma.log", "noext"}) {
+        for (const char* name : {"alpha.txt", "Beta.TXT", "abc.txt", "gamma.log", "noext"})
             ASSERT_TRUE(Write(m_dir / name, "12345"));
-        }
         ASSERT_TRUE(CreateDirectoryA((m_dir / "sub").c_str(), nullptr));
     }
-    std::set<std::string> Match(const std::string& pattern) { return Names(m_dir / pattern); }
-    DWORD FailureOf(const std::string& pattern) {
-        WIN32_FIND_DATAA data;
-        SetLastError(0);
+    Set Match(const std::string& pattern) { return Names(m_dir / pattern); }
+    // The first record for a name or pattern, the search closed again.
+    WIN32_FIND_DATAA First(const std::string& pattern) {
+        WIN32_FIND_DATAA data{};
         HANDLE search = FindFirstFileA(pattern.c_str(), &data);
-        EXPECT_EQ(search, INVALID_HANDLE_VALUE) << pattern;
-        if (search != INVALID_HANDLE_VALUE)
-            FindClose(search);
-        return GetLastError();
+        EXPECT_NE(search, INVALID_HANDLE_VALUE) << pattern;
+        FindClose(search);
+        return data;
     }
 
     Dir m_dir;
 };
-
-using Set = std::set<std::string>;
-const Set kAll = {"alpha.txt", "Beta.TXT", "abc.txt", "gamma.log", "noext", "sub"};
 
 TEST_F(Find, WildcardsMatchWithoutRegardToCase) {
     EXPECT_EQ(Match("*"), kAll);
@@ -46,7 +44,9 @@ TEST_F(Find, WildcardsMatchWithoutRegardToCase) {
     EXPECT_EQ(Match("NOEXT"), (Set{"noext"})); // the name as the directory spells it
 }
 
-TEST_F(Find, DotEntriesComeFirstOutsideADriveRoot) {
+// Outside a drive root "." and ".." come first; records carry names as the
+// directory spells them, sizes and attributes.
+TEST_F(Find, RecordsInOrderWithAttributesAndSizes) {
     WIN32_FIND_DATAA data;
     HANDLE search = FindFirstFileA((m_dir / "*").c_str(), &data);
     ASSERT_NE(search, INVALID_HANDLE_VALUE);
@@ -57,79 +57,72 @@ TEST_F(Find, DotEntriesComeFirstOutsideADriveRoot) {
         attributes.push_back(data.dwFileAttributes);
     }
     EXPECT_EQ(GetLastError(), ERROR_NO_MORE_FILES);
-    EXPECT_FALSE(FindNextFileA(search, &data));
-    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_FILES);
+    EXPECT_WIN32(FindNextFileA(search, &data), FALSE, ERROR_NO_MORE_FILES);
     EXPECT_TRUE(FindClose(search));
     ASSERT_EQ(names.size(), kAll.size() + 2);
     EXPECT_EQ(names[0], ".");
     EXPECT_EQ(names[1], "..");
-    EXPECT_TRUE(attributes[0] & FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_TRUE(attributes[1] & FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_TRUE(attributes[0] & attributes[1] & FILE_ATTRIBUTE_DIRECTORY);
     EXPECT_EQ(Match("*.txt").count("."), 0u);
-}
 
-TEST_F(Find, RecordsCarryAttributesAndSizes) {
-    WIN32_FIND_DATAA data;
-    HANDLE search = FindFirstFileA((m_dir / "gamma.log").c_str(), &data);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
+    data = First(m_dir / "gamma.log");
     EXPECT_STREQ(data.cFileName, "gamma.log");
     EXPECT_EQ(data.nFileSizeLow, 5u);
     EXPECT_EQ(data.nFileSizeHigh, 0u);
-    EXPECT_FALSE(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_FALSE(data.dwFileAttributes & FILE_ATTRIBUTE_READONLY);
+    EXPECT_FALSE(data.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY));
     EXPECT_NE(data.ftLastWriteTime.dwHighDateTime, 0u);
-    EXPECT_FALSE(FindNextFileA(search, &data));
-    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_FILES);
-    FindClose(search);
-
     // A directory named without wildcards finds its own entry.
-    search = FindFirstFileA((m_dir / "SUB").c_str(), &data);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
+    data = First(m_dir / "SUB");
     EXPECT_STREQ(data.cFileName, "sub");
     EXPECT_TRUE(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
-    FindClose(search);
-
     ASSERT_TRUE(SetFileAttributesA((m_dir / "noext").c_str(), FILE_ATTRIBUTE_READONLY));
-    search = FindFirstFileA((m_dir / "noext").c_str(), &data);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
-    EXPECT_TRUE(data.dwFileAttributes & FILE_ATTRIBUTE_READONLY);
-    FindClose(search);
+    EXPECT_TRUE(First(m_dir / "noext").dwFileAttributes & FILE_ATTRIBUTE_READONLY);
     EXPECT_TRUE(SetFileAttributesA((m_dir / "noext").c_str(), FILE_ATTRIBUTE_NORMAL));
+    // A name without wildcards gives one record.
+    search = FindFirstFileA((m_dir / "gamma.log").c_str(), &data);
+    EXPECT_WIN32(FindNextFileA(search, &data), FALSE, ERROR_NO_MORE_FILES);
+    FindClose(search);
+}
+
+// The last-write time a search reports is the handle's, and copying keeps it.
+TEST_F(Find, WriteTimeMatchesTheHandleAndSurvivesCopy) {
+    const std::string path = m_dir / "gamma.log", copy = m_dir / "copy.log";
+    HANDLE file = Open(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    FILETIME created{}, accessed{}, written{};
+    ASSERT_TRUE(GetFileTime(file, &created, &accessed, &written));
+    CloseHandle(file);
+    // After 2001-01-01 (FILETIME 0x01C07385'2A3C4000): 100 ns since 1601.
+    EXPECT_GT(written.dwHighDateTime, 0x01C07385u);
+    ASSERT_TRUE(CopyFileA(path.c_str(), copy.c_str(), TRUE));
+    for (const std::string& name : {path, copy}) {
+        const FILETIME found = First(name).ftLastWriteTime;
+        EXPECT_EQ(found.dwLowDateTime, written.dwLowDateTime) << name;
+        EXPECT_EQ(found.dwHighDateTime, written.dwHighDateTime) << name;
+    }
 }
 
 TEST_F(Find, FailuresAsWindowsReportsThem) {
-    EXPECT_EQ(FailureOf(m_dir / "zz*"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(FailureOf(m_dir / "missing.txt"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(FailureOf(m_dir / "missing\\*"), ERROR_PATH_NOT_FOUND);
-    EXPECT_EQ(FailureOf(m_dir / "s*\\*"), ERROR_INVALID_NAME);
-    EXPECT_EQ(FailureOf(m_dir.path() + "\\"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(FailureOf(""), ERROR_PATH_NOT_FOUND);
-    EXPECT_EQ(ErrorOf([] { EXPECT_FALSE(FindClose(INVALID_HANDLE_VALUE)); }), ERROR_INVALID_HANDLE);
+    const struct {
+        std::string pattern;
+        DWORD error;
+    } cases[] = {
+        {m_dir / "zz*", ERROR_FILE_NOT_FOUND},        {m_dir / "missing.txt", ERROR_FILE_NOT_FOUND},
+        {m_dir / "missing\\*", ERROR_PATH_NOT_FOUND}, {m_dir / "s*\\*", ERROR_INVALID_NAME},
+        {m_dir.path() + "\\", ERROR_FILE_NOT_FOUND},  {"", ERROR_PATH_NOT_FOUND},
+    };
     WIN32_FIND_DATAA data;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pattern);
+        EXPECT_WIN32(FindFirstFileA(c.pattern.c_str(), &data), INVALID_HANDLE_VALUE, c.error);
+    }
+    EXPECT_WIN32(FindClose(INVALID_HANDLE_VALUE), FALSE, ERROR_INVALID_HANDLE);
     HANDLE search = FindFirstFileA((m_dir / "*").c_str(), &data);
     ASSERT_NE(search, INVALID_HANDLE_VALUE);
     EXPECT_TRUE(FindClose(search));
 #if !defined(_WIN32) // Wine accepts a search handle closed before
-    EXPECT_EQ(ErrorOf([&] { EXPECT_FALSE(FindClose(search)); }), ERROR_INVALID_HANDLE);
+    EXPECT_WIN32(FindClose(search), FALSE, ERROR_INVALID_HANDLE);
 #endif
-}
-
-// A search taken before a file is removed skips it rather than failing.
-TEST_F(Find, FilesRemovedDuringASearchAreSkipped) {
-#if defined(_WIN32)
-    GTEST_SKIP() << "Windows hands out records it read ahead, removed files included";
-#endif
-    WIN32_FIND_DATAA data;
-    HANDLE search = FindFirstFileA((m_dir / "*.txt").c_str(), &data);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
-    Set seen{data.cFileName};
-    for (const char* name : {"alpha.txt", "Beta.TXT", "abc.txt"}) {
-        if (!seen.count(name))
-            DeleteFileA((m_dir / name).c_str());
-    }
-    EXPECT_FALSE(FindNextFileA(search, &data));
-    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_FILES);
-    FindClose(search);
 }
 
 // Windows translates '?' into a wildcard that also matches nothing before a

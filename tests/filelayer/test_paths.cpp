@@ -1,29 +1,27 @@
 // DOS paths: the C runtime's path functions, full paths, the current
 // directory, lookup without regard to case and the mapping of drives.
 #include "filetest.h"
+#include "scopedenv.h"
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
+#include <vector>
 
 #if !defined(_WIN32)
 #include <unistd.h>
 #endif
 
 using namespace filetest;
+using testsupport::ScopedEnv;
 
 namespace {
 
-struct SplitCase {
-    const char* path;
-    const char* drive;
-    const char* dir;
-    const char* name;
-    const char* ext;
-};
-
 TEST(SplitPath, SplitsAsTheMicrosoftRuntime) {
-    const SplitCase cases[] = {
+    const std::string longName(400, 'n');
+    const struct {
+        std::string path;
+        const char *drive, *dir, *name, *ext;
+    } cases[] = {
         {"c:\\a\\b.c.d", "c:", "\\a\\", "b.c", ".d"},
         {"\\\\srv\\sh\\f.x", "", "\\\\srv\\sh\\", "f", ".x"},
         {"a/b/.profile", "", "a/b/", "", ".profile"},
@@ -33,32 +31,21 @@ TEST(SplitPath, SplitsAsTheMicrosoftRuntime) {
         {"c:\\a\\", "c:", "\\a\\", "", ""},
         {":x", "", "", ":x", ""},
         {"", "", "", "", ""},
+        // A part longer than its buffer empties every part instead of overflowing.
+        {"c:\\" + longName + "\\f.x", "", "", "", ""},
+        {"c:\\d\\" + longName + ".x", "", "", "", ""},
+        {"c:\\d\\f." + longName, "", "", "", ""},
     };
     for (const auto& c : cases) {
         char drive[_MAX_DRIVE], dir[_MAX_DIR], name[_MAX_FNAME], ext[_MAX_EXT];
-        _splitpath(c.path, drive, dir, name, ext);
-        EXPECT_STREQ(drive, c.drive) << c.path;
-        EXPECT_STREQ(dir, c.dir) << c.path;
-        EXPECT_STREQ(name, c.name) << c.path;
-        EXPECT_STREQ(ext, c.ext) << c.path;
+        _splitpath(c.path.c_str(), drive, dir, name, ext);
+        EXPECT_EQ((std::vector<std::string>{drive, dir, name, ext}),
+                  (std::vector<std::string>{c.drive, c.dir, c.name, c.ext}))
+            << c.path;
     }
     char ext[_MAX_EXT];
     _splitpath("c:\\dir\\file.txt", nullptr, nullptr, nullptr, ext);
     EXPECT_STREQ(ext, ".txt");
-}
-
-// A part longer than its buffer empties every part instead of overflowing.
-TEST(SplitPath, TooLongPartsEmptyEveryPart) {
-    const std::string longName(400, 'n');
-    char drive[_MAX_DRIVE], dir[_MAX_DIR], name[_MAX_FNAME], ext[_MAX_EXT];
-    for (const std::string& path :
-         {"c:\\" + longName + "\\f.x", "c:\\d\\" + longName + ".x", "c:\\d\\f." + longName}) {
-        _splitpath(path.c_str(), drive, dir, name, ext);
-        EXPECT_STREQ(drive, "");
-        EXPECT_STREQ(dir, "");
-        EXPECT_STREQ(name, "");
-        EXPECT_STREQ(ext, "");
-    }
 }
 
 // Runs the test body in a fresh directory made current, and restores the
@@ -79,8 +66,8 @@ TEST_F(InDirectory, FullPathNormalisesWithoutTouchingTheDisk) {
     const std::string cwd = m_dir.path();
     const std::string drive = cwd.substr(0, 2);
     char buffer[1024];
-    auto full = [&](const char* path) {
-        char* result = _fullpath(buffer, path, sizeof buffer);
+    auto full = [&](const std::string& path) {
+        char* result = _fullpath(buffer, path.c_str(), sizeof buffer);
         return std::string(result ? result : "<null>");
     };
     EXPECT_EQ(full("x\\y.txt"), cwd + "\\x\\y.txt");
@@ -90,8 +77,8 @@ TEST_F(InDirectory, FullPathNormalisesWithoutTouchingTheDisk) {
     EXPECT_EQ(full("a.\\b"), cwd + "\\a\\b");
     EXPECT_EQ(full(""), cwd);
     EXPECT_EQ(full("\\top\\file"), drive + "\\top\\file");
-    EXPECT_EQ(full((drive + "\\a\\..\\..\\b\\").c_str()), drive + "\\b\\");
-    EXPECT_EQ(full((drive + "sub").c_str()), cwd + "\\sub");
+    EXPECT_EQ(full(drive + "\\a\\..\\..\\b\\"), drive + "\\b\\");
+    EXPECT_EQ(full(drive + "sub"), cwd + "\\sub");
     EXPECT_EQ(full("\\\\srv\\share\\..\\x"), "\\\\srv\\share\\x");
     errno = 0;
     EXPECT_EQ(_fullpath(buffer, "file", 3), nullptr);
@@ -100,12 +87,9 @@ TEST_F(InDirectory, FullPathNormalisesWithoutTouchingTheDisk) {
     ASSERT_NE(allocated, nullptr);
     EXPECT_EQ(std::string(allocated), cwd + "\\file");
     std::free(allocated);
-}
 
-TEST_F(InDirectory, GetFullPathNameFindsTheNameAndAsksForRoom) {
-    char buffer[1024];
     char* name = nullptr;
-    const std::string expected = m_dir.path() + "\\dir\\file.txt";
+    const std::string expected = cwd + "\\dir\\file.txt";
     EXPECT_EQ(GetFullPathNameA("dir/file.txt", sizeof buffer, buffer, &name), expected.size());
     EXPECT_EQ(std::string(buffer), expected);
     ASSERT_NE(name, nullptr);
@@ -133,7 +117,7 @@ TEST_F(InDirectory, CurrentDirectoryThroughTheRuntime) {
     EXPECT_EQ(std::string(allocated), m_dir.path());
     std::free(allocated);
     EXPECT_EQ(GetCurrentDirectoryA(2, buffer), m_dir.path().size() + 1);
-    EXPECT_EQ(ErrorOf([] { EXPECT_FALSE(SetCurrentDirectoryA("missing")); }), ERROR_FILE_NOT_FOUND);
+    EXPECT_WIN32(SetCurrentDirectoryA("missing"), FALSE, ERROR_FILE_NOT_FOUND);
 }
 
 // Names are found whatever their case; new names keep the caller's spelling.
@@ -158,37 +142,17 @@ TEST(CaseInsensitiveLookup, FindsFilesInAnyCase) {
     EXPECT_EQ(Read(dir / "COPY.TXT"), "replaced");
 }
 
-#if !defined(_WIN32)
-// Sets an environment variable for the life of the object.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const std::string& value) : m_name(name) {
-        const char* old = std::getenv(name);
-        m_had = old != nullptr;
-        if (old)
-            m_old = old;
-        setenv(name, value.c_str(), 1);
-    }
-    ~ScopedEnv() {
-        if (m_had)
-            setenv(m_name, m_old.c_str(), 1);
-        else
-            unsetenv(m_name);
-    }
+#if defined(_WIN32)
 
-private:
-    const char* m_name;
-    bool m_had = false;
-    std::string m_old;
-};
-#endif
+TEST(DriveMapping, LinuxOnly) {
+    GTEST_SKIP() << "drive mapping is the Linux layer's own";
+}
+
+#else
 
 TEST(DriveMapping, DriveLettersMapToConfiguredDirectories) {
-#if defined(_WIN32)
-    GTEST_SKIP() << "drive mapping is the Linux layer's own";
-#else
     testsupport::TempDir host;
-    ScopedEnv drive("BASEKEL_DRIVE_Q", host.path());
+    ScopedEnv drive("BASEKEL_DRIVE_Q", host.path().c_str());
     EXPECT_EQ(GetDriveTypeA("Q:\\"), static_cast<UINT>(DRIVE_FIXED));
     ASSERT_TRUE(Write("q:\\Data.txt", "on q"));
     ASSERT_TRUE(Write("Q:/other.txt", "slash"));
@@ -196,15 +160,14 @@ TEST(DriveMapping, DriveLettersMapToConfiguredDirectories) {
     EXPECT_EQ(Read(host.file("other.txt")), "slash");
     EXPECT_EQ(Read("Q:\\DATA.TXT"), "on q");
     // The root of a drive lists no "." or "..".
+    EXPECT_EQ(Names("Q:\\*"), (std::set<std::string>{"Data.txt", "other.txt"}));
     WIN32_FIND_DATAA data;
     HANDLE search = FindFirstFileA("Q:\\*", &data);
     ASSERT_NE(search, INVALID_HANDLE_VALUE);
     EXPECT_STRNE(data.cFileName, ".");
     FindClose(search);
-    EXPECT_EQ(Names("Q:\\*"), (std::set<std::string>{"Data.txt", "other.txt"}));
     // Host directories below the drive are told in its spelling.
-    char saved[1024];
-    char buffer[1024];
+    char saved[1024], buffer[1024];
     ASSERT_GT(GetCurrentDirectoryA(sizeof saved, saved), 0u);
     ASSERT_EQ(chdir(host.path().c_str()), 0);
     EXPECT_EQ(GetCurrentDirectoryA(sizeof buffer, buffer), 3u);
@@ -212,26 +175,19 @@ TEST(DriveMapping, DriveLettersMapToConfiguredDirectories) {
     ASSERT_TRUE(SetCurrentDirectoryA(saved));
     EXPECT_EQ(Read("Q:\\..\\..\\Data.txt"), "on q"); // ".." stops at the root
     EXPECT_EQ(GetDriveTypeA("R:\\"), static_cast<UINT>(DRIVE_NO_ROOT_DIR));
-    EXPECT_EQ(ErrorOf([] {
-                  EXPECT_EQ(Open("R:\\x", GENERIC_READ, 0, OPEN_EXISTING), INVALID_HANDLE_VALUE);
-              }),
-              ERROR_PATH_NOT_FOUND);
-#endif
+    EXPECT_WIN32(Open("R:\\x", GENERIC_READ, 0, OPEN_EXISTING), INVALID_HANDLE_VALUE,
+                 ERROR_PATH_NOT_FOUND);
 }
 
 TEST(DriveMapping, RemappedDriveCKeepsRoundTrips) {
-#if defined(_WIN32)
-    GTEST_SKIP() << "drive mapping is the Linux layer's own";
-#else
     testsupport::TempDir host;
-    ScopedEnv drive("BASEKEL_DRIVE_C", host.path());
+    ScopedEnv drive("BASEKEL_DRIVE_C", host.path().c_str());
     ASSERT_TRUE(Write("C:\\file.txt", "c root"));
     EXPECT_EQ(Read(host.file("file.txt")), "c root");
     // The file-system root, no longer C:, is reached through Z:.
-    char buffer[1024];
+    char buffer[1024], saved[1024];
     ASSERT_GT(GetFullPathNameA("/usr", sizeof buffer, buffer, nullptr), 0u);
     EXPECT_STREQ(buffer, "Z:\\usr"); // a rooted path is on the current drive
-    char saved[1024];
     ASSERT_GT(GetCurrentDirectoryA(sizeof saved, saved), 0u);
     EXPECT_EQ(saved[0], 'Z');
     ASSERT_TRUE(SetCurrentDirectoryA("C:\\"));
@@ -243,23 +199,18 @@ TEST(DriveMapping, RemappedDriveCKeepsRoundTrips) {
     ASSERT_GT(GetModuleFileNameA(nullptr, buffer, sizeof buffer), 0u);
     EXPECT_EQ(buffer[0], 'Z');
     EXPECT_TRUE(Exists(buffer));
-    {
-        ScopedEnv tmp("TMP", host.path());
-        ASSERT_GT(GetTempPathA(sizeof buffer, buffer), 0u);
-        EXPECT_STREQ(buffer, "C:\\");
-    }
-#endif
+    ScopedEnv tmp("TMP", host.path().c_str());
+    ASSERT_GT(GetTempPathA(sizeof buffer, buffer), 0u);
+    EXPECT_STREQ(buffer, "C:\\");
 }
 
 TEST(DriveMapping, DriveRootSetsDriveC) {
-#if defined(_WIN32)
-    GTEST_SKIP() << "drive mapping is the Linux layer's own";
-#else
     testsupport::TempDir host;
-    ScopedEnv root("BASEKEL_DRIVE_ROOT", host.path());
+    ScopedEnv root("BASEKEL_DRIVE_ROOT", host.path().c_str());
     ASSERT_TRUE(Write("c:\\viaroot.txt", "root"));
     EXPECT_EQ(Read(host.file("viaroot.txt")), "root");
-#endif
 }
+
+#endif
 
 } // namespace

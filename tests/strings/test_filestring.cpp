@@ -1,55 +1,53 @@
 // TFileString parsing and rebuilding, and the free string helpers.
 #include "FileString.h"
+#include "scopedenv.h"
 
-#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 namespace {
 
+using Parts = std::vector<std::string>;
+
 std::string Str(const TString& s) {
     return static_cast<const char*>(s);
 }
 
-void ExpectParts(const TFileString& f, const char* drv, const char* dir, const char* name,
-                 const char* ext) {
-    EXPECT_EQ(Str(f.GetDrv()), drv);
-    EXPECT_EQ(Str(f.GetDir()), dir);
-    EXPECT_EQ(Str(f.GetName()), name);
-    EXPECT_EQ(Str(f.GetExt()), ext);
+// Drive, directory, name and extension.
+Parts PartsOf(const TFileString& f) {
+    return {Str(f.GetDrv()), Str(f.GetDir()), Str(f.GetName()), Str(f.GetExt())};
 }
 
-TEST(TFileStringParse, DrivePathIsLowerCasedAndSplitAtTheLastDot) {
+// A path is lower-cased, its extension split at the last dot; a network
+// server stands as the drive; with bIsDir, or a trailing backslash, the
+// whole path is the directory.
+TEST(TFileStringParse, SplitsIntoParts) {
+    const struct {
+        const char* path;
+        unsigned int bIsDir;
+        Parts parts;
+    } cases[] = {
+        {"C:/Data/Sub/File.TXT", 0, {"c:", "\\data\\sub\\", "file", ".txt"}},
+        {"\\\\srv\\share\\a.b.c", 0, {"\\\\srv", "\\share\\", "a.b", ".c"}},
+        {"readme", 0, {"", "", "readme", ""}},
+        {"x.ini", 0, {"", "", "x", ".ini"}},
+        {"d:x.ini", 0, {"d:", "", "x", ".ini"}},
+        {"\\dir\\x", 0, {"", "\\dir\\", "x", ""}},
+        {"c:\\data\\sub\\", 0, {"c:", "\\data\\sub\\", "", ""}},
+        {"c:\\data\\sub", 1, {"c:", "\\data\\sub", "", ""}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(PartsOf(TFileString(TString(c.path), c.bIsDir)), c.parts) << c.path;
     TFileString f(TString("C:/Data/Sub/File.TXT"), 0);
-    ExpectParts(f, "c:", "\\data\\sub\\", "file", ".txt");
     EXPECT_EQ(Str(f.GetFullName()), "c:\\data\\sub\\file.txt");
     EXPECT_EQ(Str(f.GetDrvDir()), "c:\\data\\sub\\");
     EXPECT_EQ(Str(f.GetNameExt()), "file.txt");
     EXPECT_EQ(Str(TString(f)), "c:\\data\\sub\\file.txt");
-}
-
-TEST(TFileStringParse, NetworkPathKeepsTheServerAsDrive) {
-    TFileString f(TString("\\\\srv\\share\\a.b.c"), 0);
-    ExpectParts(f, "\\\\srv", "\\share\\", "a.b", ".c");
-}
-
-TEST(TFileStringParse, NamesWithoutDirectoryOrExtension) {
-    ExpectParts(TFileString(TString("readme"), 0), "", "", "readme", "");
-    ExpectParts(TFileString(TString("x.ini"), 0), "", "", "x", ".ini");
-    ExpectParts(TFileString(TString("d:x.ini"), 0), "d:", "", "x", ".ini");
-    ExpectParts(TFileString(TString("\\dir\\x"), 0), "", "\\dir\\", "x", "");
-}
-
-TEST(TFileStringParse, EmptyNameSetsTheFlagWhateverBIsDirSays) {
-    TFileString trailing(TString("c:\\data\\sub\\"), 0);
-    ExpectParts(trailing, "c:", "\\data\\sub\\", "", "");
-    TFileString dir(TString("c:\\data\\sub"), 1);
-    ExpectParts(dir, "c:", "\\data\\sub", "", "");
-    // Both carry the no-name flag; it is not part of equality, so show it
-    // through a copy's behaviour: parts stay as parsed.
-    TFileString copy(dir);
-    EXPECT_EQ(copy == dir, 1u);
+    EXPECT_EQ(Str(f.GetLastDir()), "sub");
+    EXPECT_EQ(Str(TFileString(TString("c:\\a\\b\\"), 0).GetDirString()), "c_a_b_");
+    EXPECT_EQ(Str(TFileString(TString("\\\\srv\\share\\f"), 0).GetDirString()), "srv_share_");
 }
 
 TEST(TFileStringParse, EqualityComparesPartsNotTheFullName) {
@@ -59,123 +57,94 @@ TEST(TFileStringParse, EqualityComparesPartsNotTheFullName) {
     TFileString b;
     b = "c:\\a\\b.txt";
     EXPECT_EQ(a == b, 1u);
+    TFileString dir(TString("c:\\data\\sub"), 1);
+    EXPECT_EQ(TFileString(dir) == dir, 1u);
 }
 
-TEST(TFileStringSetters, SetNameExtSplitsAtTheFirstDotAndKeepsCase) {
+// SetNameExt splits at the first dot and keeps the case; SetDrvDir
+// normalises the separators; the part setters lower-case.
+TEST(TFileStringSetters, RebuildTheFullName) {
     TFileString f(TString("c:\\dir\\old.txt"), 0);
     f.SetNameExt("A.b.C");
-    ExpectParts(f, "c:", "\\dir\\", "A", ".b.C");
+    EXPECT_EQ(PartsOf(f), (Parts{"c:", "\\dir\\", "A", ".b.C"}));
     EXPECT_EQ(Str(f.GetFullName()), "c:\\dir\\A.b.C");
     f.SetNameExt("..hidden.x");
     EXPECT_EQ(Str(f.GetName()), "hidden");
     EXPECT_EQ(Str(f.GetExt()), ".x");
+
+    TFileString g(TString("x.txt"), 0);
+    g.SetDrvDir("d:\\x\\\\y\\");
+    EXPECT_EQ(PartsOf(g), (Parts{"d:", "\\x\\y\\", "x", ".txt"}));
+    EXPECT_EQ(Str(g.GetFullName()), "d:\\x\\y\\x.txt");
+    g.SetDrvDir("e:");
+    EXPECT_EQ(Str(g.GetDir()), "\\");
+    g.SetDrvDir("\\\\Server\\Share\\Dir");
+    EXPECT_EQ(PartsOf(g), (Parts{"\\\\Server", "\\Share\\Dir\\", "x", ".txt"}));
+
+    TFileString h(TString("c:\\a\\b.c"), 0);
+    h.SetDrv("E:");
+    h.SetDir("/New/Dir/");
+    h.SetName("NAME");
+    h.SetExt(".EXT");
+    EXPECT_EQ(Str(h.GetFullName()), "e:\\new\\dir\\name.ext");
 }
 
-TEST(TFileStringSetters, SetDrvDirNormalisesComponents) {
-    TFileString f(TString("x.txt"), 0);
-    f.SetDrvDir("d:\\x\\\\y\\");
-    ExpectParts(f, "d:", "\\x\\y\\", "x", ".txt");
-    EXPECT_EQ(Str(f.GetFullName()), "d:\\x\\y\\x.txt");
-    f.SetDrvDir("e:");
-    EXPECT_EQ(Str(f.GetDir()), "\\");
-    f.SetDrvDir("\\\\Server\\Share\\Dir");
-    ExpectParts(f, "\\\\Server", "\\Share\\Dir\\", "x", ".txt");
-}
-
-TEST(TFileStringSetters, PartSettersLowerCaseAndRebuild) {
-    TFileString f(TString("c:\\a\\b.c"), 0);
-    f.SetDrv("E:");
-    f.SetDir("/New/Dir/");
-    f.SetName("NAME");
-    f.SetExt(".EXT");
-    EXPECT_EQ(Str(f.GetFullName()), "e:\\new\\dir\\name.ext");
-}
-
-TEST(TFileStringDerived, LastDirAndDirString) {
-    TFileString f(TString("c:\\data\\sub\\f.txt"), 0);
-    EXPECT_EQ(Str(f.GetLastDir()), "sub");
-    TFileString g(TString("c:\\a\\b\\"), 0);
-    EXPECT_EQ(Str(g.GetDirString()), "c_a_b_");
-    TFileString n(TString("\\\\srv\\share\\f"), 0);
-    EXPECT_EQ(Str(n.GetDirString()), "srv_share_");
-}
-
-TEST(StringHelpers, ReplaceReverseCount) {
+TEST(StringHelpers, ReplaceReverseCountAndDomain) {
     TString s("a-b-c");
     StringReplace(s, "-", "+");
     EXPECT_EQ(Str(s), "a+b+c");
     StringReplaceEx(s, "+", "", 0);
     EXPECT_EQ(Str(s), "ab+c");
-    TString r("abc");
+    TString r("abc"), one("a"), empty;
     string_MakeReverse(r);
     EXPECT_EQ(Str(r), "cba");
-    TString one("a");
     string_MakeReverse(one);
     EXPECT_EQ(Str(one), "a");
     EXPECT_EQ(string_CountChar(r, 'b'), 1);
-    TString empty;
     EXPECT_EQ(string_CountChar(empty, 'b'), 0);
-}
 
-TEST(StringHelpers, CurrentDomainComesFromTheEnvironment) {
     TString domain("stale");
-#if defined(_WIN32)
-    _putenv("USERDOMAIN=KELMO-TEST");
-#else
-    setenv("USERDOMAIN", "KELMO-TEST", 1);
-#endif
-    GetCurrentDomain(domain);
-    EXPECT_EQ(Str(domain), "KELMO-TEST");
-#if defined(_WIN32)
-    _putenv("USERDOMAIN=");
-#else
-    unsetenv("USERDOMAIN");
-#endif
-    GetCurrentDomain(domain);
-    EXPECT_EQ(Str(domain), "");
+    {
+        testsupport::ScopedEnv set("USERDOMAIN", "KELMO-TEST");
+        GetCurrentDomain(domain);
+        EXPECT_EQ(Str(domain), "KELMO-TEST");
+        set.Set(nullptr);
+        GetCurrentDomain(domain);
+        EXPECT_EQ(Str(domain), "");
+    }
 }
 
-class CutPath : public ::testing::Test {
-protected:
-    void SetUp() override {
-        m_dc = CreateCompatibleDC(nullptr);
-        ASSERT_NE(m_dc, nullptr);
-    }
-    void TearDown() override { DeleteDC(m_dc); }
-    long Width(const char* text) {
+// string_CutPath replaces leading directories by "..." until the path fits
+// the width on the device context; a network path keeps its server.
+TEST(CutPath, DropsLeadingComponentsUntilItFits) {
+    HDC dc = CreateCompatibleDC(nullptr);
+    ASSERT_NE(dc, nullptr);
+    auto width = [dc](const std::string& text) {
         SIZE size = {0, 0};
-        GetTextExtentPoint32A(m_dc, text, static_cast<int>(std::string(text).size()), &size);
+        GetTextExtentPoint32A(dc, text.c_str(), static_cast<int>(text.size()), &size);
         return size.cx;
+    };
+    EXPECT_GT(width("WWWW"), width("iiii"));
+    EXPECT_EQ(width(""), 0);
+    const char* const path = "c:\\dir1\\dir2\\file.txt";
+    const struct {
+        HDC dc;
+        const char* path;
+        long width;
+        const char* cut;
+    } cases[] = {
+        {dc, path, width(path), path},
+        {nullptr, path, 1, path},
+        {dc, path, width("c:\\...\\dir2\\file.txt"), "c:\\...\\dir2\\file.txt"},
+        {dc, path, 1, "c:\\...\\file.txt"},
+        {dc, "\\\\server\\share\\deep\\file.txt", 1, "\\\\server\\...\\file.txt"},
+    };
+    for (const auto& c : cases) {
+        TString text(c.path);
+        string_CutPath(c.dc, text, c.width);
+        EXPECT_EQ(Str(text), c.cut) << c.path << " in " << c.width;
     }
-    HDC m_dc = nullptr;
-};
-
-TEST_F(CutPath, LeavesAFittingPathAndNullContextsAlone) {
-    TString path("c:\\dir1\\dir2\\file.txt");
-    string_CutPath(m_dc, path, Width("c:\\dir1\\dir2\\file.txt"));
-    EXPECT_EQ(Str(path), "c:\\dir1\\dir2\\file.txt");
-    string_CutPath(nullptr, path, 1);
-    EXPECT_EQ(Str(path), "c:\\dir1\\dir2\\file.txt");
-}
-
-TEST_F(CutPath, DropsLeadingComponentsUntilItFits) {
-    TString path("c:\\dir1\\dir2\\file.txt");
-    string_CutPath(m_dc, path, Width("c:\\...\\dir2\\file.txt"));
-    EXPECT_EQ(Str(path), "c:\\...\\dir2\\file.txt");
-    TString tight("c:\\dir1\\dir2\\file.txt");
-    string_CutPath(m_dc, tight, 1);
-    EXPECT_EQ(Str(tight), "c:\\...\\file.txt");
-}
-
-TEST_F(CutPath, NetworkPathsKeepTheServer) {
-    TString path("\\\\server\\share\\deep\\file.txt");
-    string_CutPath(m_dc, path, 1);
-    EXPECT_EQ(Str(path), "\\\\server\\...\\file.txt");
-}
-
-TEST_F(CutPath, MeasuresWiderTextWider) {
-    EXPECT_GT(Width("WWWW"), Width("iiii"));
-    EXPECT_EQ(Width(""), 0);
+    DeleteDC(dc);
 }
 
 } // namespace

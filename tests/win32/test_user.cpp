@@ -1,5 +1,6 @@
 // Message boxes, the user's language and the local time on Linux.
 #include "kelwin32.h"
+#include "scopedenv.h"
 #include "testsupport.h"
 
 #include <ctime>
@@ -46,11 +47,10 @@ TEST(MessageBox, GoesToStandardErrorAndAnswersWithTheDefaultButton) {
     EXPECT_EQ(MessageBoxA(nullptr, "text", nullptr, MB_YESNO | MB_ICONQUESTION), IDYES);
     EXPECT_EQ(StandardErrorSeen(), "Error: text\n");
 
-    struct Case {
+    const struct {
         UINT type;
         int answer;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {MB_OKCANCEL, IDOK},
         {MB_OKCANCEL | MB_DEFBUTTON2, IDCANCEL},
         {MB_ABORTRETRYIGNORE | MB_DEFBUTTON3, IDIGNORE},
@@ -62,12 +62,11 @@ TEST(MessageBox, GoesToStandardErrorAndAnswersWithTheDefaultButton) {
         {MB_OK | MB_DEFBUTTON4, IDOK},
         {MB_OKCANCEL | MB_ICONERROR | MB_SYSTEMMODAL | MB_TOPMOST | MB_DEFBUTTON2, IDCANCEL},
     };
-    for (const Case& c : cases)
+    for (const auto& c : cases)
         EXPECT_EQ(MessageBoxA(nullptr, "t", "c", c.type), c.answer) << std::hex << c.type;
-}
 
-TEST(MessageBox, AnUnknownButtonSetFails) {
-    StandardErrorCapture capture;
+    // An unknown button set fails and shows nothing.
+    StandardErrorSeen().clear();
     SetLastError(0);
     EXPECT_EQ(MessageBoxA(nullptr, "t", "c", 7), 0);
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
@@ -85,57 +84,37 @@ TEST(MessageBox, AnInstalledHandlerAnswersInstead) {
         });
     EXPECT_EQ(MessageBoxA(nullptr, "question", "title", MB_OKCANCEL), IDCANCEL);
     EXPECT_NE(kelwin_set_message_box_handler(previous), nullptr);
-    ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0], "title|question|1");
+    EXPECT_EQ(seen, std::vector<std::string>{"title|question|1"});
     EXPECT_EQ(StandardErrorSeen(), "");
     // Back to the standard error stream.
     EXPECT_EQ(MessageBoxA(nullptr, "again", "title", MB_OKCANCEL), IDOK);
     EXPECT_EQ(StandardErrorSeen(), "title: again\n");
 }
 
-// The locale variables of this process, put back afterwards.
-class LocaleEnvironment {
-public:
-    LocaleEnvironment() {
-        for (const char* name : kNames) {
-            const char* value = std::getenv(name);
-            m_saved.push_back(value ? std::make_pair(true, std::string(value))
-                                    : std::make_pair(false, std::string()));
-            unsetenv(name);
-        }
-    }
-    ~LocaleEnvironment() {
-        for (std::size_t i = 0; i < 3; ++i) {
-            if (m_saved[i].first)
-                setenv(kNames[i], m_saved[i].second.c_str(), 1);
-            else
-                unsetenv(kNames[i]);
-        }
-    }
-    static constexpr const char* kNames[3] = {"LC_ALL", "LC_MESSAGES", "LANG"};
-
-private:
-    std::vector<std::pair<bool, std::string>> m_saved;
-};
-
 TEST(UserLanguage, ComesFromTheLocaleVariablesInPosixOrder) {
-    LocaleEnvironment environment;
+    testsupport::ScopedEnv all("LC_ALL", nullptr), messages("LC_MESSAGES", nullptr),
+        lang("LANG", nullptr);
     EXPECT_EQ(GetUserDefaultLangID(), 0x0409); // nothing set
-    setenv("LANG", "de_DE.UTF-8", 1);
+    lang.Set("de_DE.UTF-8");
     EXPECT_EQ(GetUserDefaultLangID(), 0x0407);
     EXPECT_EQ(GetUserDefaultLCID(), 0x0407u);
-    setenv("LC_MESSAGES", "nl_BE@euro", 1);
+    messages.Set("nl_BE@euro");
     EXPECT_EQ(GetUserDefaultLangID(), MAKELANGID(LANG_DUTCH, SUBLANG_DEFAULT));
-    setenv("LC_ALL", "", 1); // empty counts as not set
-    EXPECT_EQ(PRIMARYLANGID(GetUserDefaultLangID()), LANG_DUTCH);
-    setenv("LC_ALL", "cs_CZ", 1);
-    EXPECT_EQ(PRIMARYLANGID(GetUserDefaultLangID()), LANG_CZECH);
-    setenv("LC_ALL", "hsb_DE.UTF-8", 1);
-    EXPECT_EQ(PRIMARYLANGID(GetUserDefaultLangID()), LANG_UPPER_SORBIAN);
-    setenv("LC_ALL", "ZH_tw", 1);
-    EXPECT_EQ(PRIMARYLANGID(GetUserDefaultLangID()), LANG_CHINESE);
+    const struct {
+        const char* lcAll;
+        WORD language;
+    } cases[] = {
+        {"", LANG_DUTCH}, // empty counts as not set
+        {"cs_CZ", LANG_CZECH},
+        {"hsb_DE.UTF-8", LANG_UPPER_SORBIAN},
+        {"ZH_tw", LANG_CHINESE},
+    };
+    for (const auto& c : cases) {
+        all.Set(c.lcAll);
+        EXPECT_EQ(PRIMARYLANGID(GetUserDefaultLangID()), c.language) << c.lcAll;
+    }
     for (const char* english : {"C", "POSIX", "C.UTF-8", "xx_YY", "en_GB"}) {
-        setenv("LC_ALL", english, 1);
+        all.Set(english);
         EXPECT_EQ(GetUserDefaultLangID(), 0x0409) << english;
     }
 }
