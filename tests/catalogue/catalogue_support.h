@@ -7,8 +7,8 @@
 #include "MessageSystem.h"
 #include "TestHooks.h"
 #include "testsupport.h"
+#include "win32files.h"
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -16,36 +16,14 @@
 
 namespace cattest {
 
+using testsupport::ReadBytes;
+
 inline std::string Str(const TString& s) {
     return static_cast<const char*>(s);
 }
 
-// Files are written and read with the Win32 calls, which take the DOS paths
-// the library hands out on every platform.
 inline void WriteText(const std::string& path, const std::string& bytes) {
-    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                              nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE) << path;
-    DWORD written = 0;
-    const BOOL ok =
-        WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-    CloseHandle(file);
-    ASSERT_TRUE(ok && written == bytes.size()) << path;
-}
-
-inline std::string ReadText(const std::string& path) {
-    HANDLE file = CreateFileA(path.c_str(), GENERIC_READ,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    std::string text;
-    if (file == INVALID_HANDLE_VALUE)
-        return text;
-    char buffer[65536];
-    DWORD n = 0;
-    while (ReadFile(file, buffer, sizeof buffer, &n, nullptr) && n > 0)
-        text.append(buffer, n);
-    CloseHandle(file);
-    return text;
+    ASSERT_TRUE(testsupport::WriteBytes(path, bytes)) << path;
 }
 
 inline bool FileExists(const std::string& path) {
@@ -65,54 +43,26 @@ struct Box {
     unsigned int type;
 };
 
-// Records the catalogue's boxes and answers them with `Answer()`.
+// Records the catalogue's boxes and answers them with `answer`.
 class BoxRecorder {
 public:
-    BoxRecorder() {
-        Boxes().clear();
-        Answer() = IDOK;
-        m_previous = SetMessageBoxHandler(&Receive);
+    BoxRecorder() : m_previous(SetMessageBoxHandler(&Receive)) {
+        boxes.clear();
+        answer = IDOK;
     }
     ~BoxRecorder() { SetMessageBoxHandler(m_previous); }
     BoxRecorder(const BoxRecorder&) = delete;
     BoxRecorder& operator=(const BoxRecorder&) = delete;
 
-    static std::vector<Box>& Boxes() {
-        static std::vector<Box> boxes;
-        return boxes;
-    }
-    static int& Answer() {
-        static int answer = IDOK;
-        return answer;
-    }
+    static inline std::vector<Box> boxes;
+    static inline int answer = IDOK;
 
 private:
     static int Receive(const char* text, const char* caption, unsigned int type) {
-        Boxes().push_back(Box{text, caption, type});
-        return Answer();
+        boxes.push_back(Box{text, caption, type});
+        return answer;
     }
     TMessageBoxHandler m_previous;
-};
-
-// The texts written to the library log while the object lives.
-class LogCapture {
-public:
-    LogCapture() {
-        Lines().clear();
-        m_previous = SetLibraryLogCapture(&Receive);
-    }
-    ~LogCapture() { SetLibraryLogCapture(m_previous); }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-
-    static std::vector<std::string>& Lines() {
-        static std::vector<std::string> lines;
-        return lines;
-    }
-
-private:
-    static void Receive(unsigned long, const char* text) { Lines().push_back(text); }
-    LibraryLogCapture m_previous;
 };
 
 // Every test gets the catalogue back as the library set it up, and records
@@ -136,7 +86,8 @@ protected:
     }
 
     testsupport::TempDir dir;
-    BoxRecorder boxes;
+    BoxRecorder recorder;
+    std::vector<Box>& boxes = BoxRecorder::boxes;
 };
 
 } // namespace cattest

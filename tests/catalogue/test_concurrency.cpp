@@ -69,7 +69,7 @@ TEST_F(CatalogueTest, TwoProcessesRebuildingOneIndexLeaveAGoodOne) {
     EXPECT_EQ(first.Wait(), 0);
     EXPECT_EQ(second.Wait(), 0);
 
-    const std::string index = cattest::ReadText(cattest::IndexOf(path));
+    const std::string index = cattest::ReadBytes(cattest::IndexOf(path));
     msgindex::Index parsed;
     ASSERT_TRUE(msgindex::Parse(reinterpret_cast<const unsigned char*>(index.data()), index.size(),
                                 parsed));

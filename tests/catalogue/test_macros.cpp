@@ -6,6 +6,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -24,51 +25,38 @@ std::string Expand(const std::string& text, const TString& p1 = kFirst, const TS
     return out;
 }
 
-TEST(Macros, ArgumentsLineEndsAndTabs) {
-    EXPECT_EQ(Expand("[$1]-[$2]-[$3]"), "<one-two-three");
-    EXPECT_EQ(Expand("[$3][$3][$1]"), "<threethreeone");
-    EXPECT_EQ(Expand("a[newline]b[nl]c"), "<a\nb\nc");
-    EXPECT_EQ(Expand("a[tabulator]b[tab]c"), "<a\tb\tc");
-    EXPECT_EQ(Expand("no macros at all"), "<no macros at all");
-    EXPECT_EQ(Expand(""), "<");
-}
-
-TEST(Macros, AMissingArgumentGivesNothing) {
+TEST(Macros, ArgumentsLineEndsTabsAndWhatIsNoMacro) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"[$1]-[$2]-[$3]", "<one-two-three"},
+        {"[$3][$3][$1]", "<threethreeone"},
+        {"a[newline]b[nl]c", "<a\nb\nc"},
+        {"a[tabulator]b[tab]c", "<a\tb\tc"},
+        {"no macros at all", "<no macros at all"},
+        {"", "<"},
+        {"[$4] [$] [NL] [Tab] [tab [date", "<[$4] [$] [NL] [Tab] [tab [date"},
+        {"[[$1]]", "<[one]"},
+        {"[$oem:unclosed", "<[$oem:unclosed"},
+        {"ends with [", "<ends with ["},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Expand(c.first), c.second) << c.first;
+    // A missing argument gives nothing; arguments are not expanded again.
     EXPECT_EQ(Expand("a[$2]b", kFirst, TString::NullString), "<ab");
     EXPECT_EQ(Expand("[$1][$2][$3]", "", "", ""), "<");
-}
-
-TEST(Macros, ArgumentsAreNotExpandedAgain) {
     EXPECT_EQ(Expand("[$1]", "[$2][nl]"), "<[$2][nl]");
     EXPECT_EQ(Expand("[$1][$1]", "[$1"), "<[$1[$1");
 }
 
-TEST(Macros, WhatIsNoMacroStaysAsItIs) {
-    EXPECT_EQ(Expand("[$4] [$] [NL] [Tab] [tab [date"), "<[$4] [$] [NL] [Tab] [tab [date");
-    EXPECT_EQ(Expand("[[$1]]"), "<[one]");
-    EXPECT_EQ(Expand("[$oem:unclosed"), "<[$oem:unclosed");
-    EXPECT_EQ(Expand("ends with ["), "<ends with [");
-}
-
-bool Digits(const std::string& s, std::size_t from, std::size_t count) {
-    for (std::size_t i = from; i < from + count; ++i)
-        if (i >= s.size() || !std::isdigit(static_cast<unsigned char>(s[i])))
-            return false;
-    return true;
+// The text with every digit replaced by '9'.
+std::string DigitsAsNines(std::string text) {
+    for (char& c : text)
+        c = std::isdigit(static_cast<unsigned char>(c)) ? '9' : c;
+    return text;
 }
 
 TEST(Macros, TimeAndDate) {
-    const std::string time = Expand("[time]").substr(1);
-    ASSERT_EQ(time.size(), 8u) << time;
-    EXPECT_TRUE(Digits(time, 0, 2) && time[2] == ':' && Digits(time, 3, 2) && time[5] == ':' &&
-                Digits(time, 6, 2))
-        << time;
-    const std::string date = Expand("[date]").substr(1);
-    ASSERT_EQ(date.size(), 10u) << date;
-    EXPECT_TRUE(Digits(date, 0, 4) && date[4] == '-' && Digits(date, 5, 2) && date[7] == '-' &&
-                Digits(date, 8, 2))
-        << date;
-    EXPECT_GE(date.substr(0, 4), "2024");
+    EXPECT_EQ(DigitsAsNines(Expand("[time]|[date]")), "<99:99:99|9999-99-99");
+    EXPECT_GE(Expand("[date]").substr(1, 4), "2024");
 }
 
 unsigned int OemTexts(const char* name, TLanguage language, TString& text) {
@@ -98,19 +86,22 @@ TEST(Macros, OemTextsComeFromTheProvider) {
 // ---------------------------------------------------------------------------
 
 TEST(Languages, ExtensionsOfTheCustomaryLanguages) {
-    EXPECT_STREQ(LanguageExtension(LANG_ENGLISH), "eng");
-    EXPECT_STREQ(LanguageExtension(LANG_GERMAN), "ger");
-    EXPECT_STREQ(LanguageExtension(LANG_DUTCH), "dut");
-    EXPECT_STREQ(LanguageExtension(LANG_DANISH), "dan");
-    EXPECT_STREQ(LanguageExtension(LANG_CZECH), "cze");
-    EXPECT_STREQ(LanguageExtension(LANG_CHINESE), "chi");
-    EXPECT_STREQ(LanguageExtension(LANG_FRENCH), "fre");
-    // Serbian and Bosnian share Croatian's identifier.
-    EXPECT_STREQ(LanguageExtension(LANG_SERBIAN), "hrv");
-    // No language of its own: English.
-    EXPECT_STREQ(LanguageExtension(LANG_NEUTRAL), "eng");
-    EXPECT_STREQ(LanguageExtension(LANG_INVARIANT), "eng");
-    EXPECT_STREQ(LanguageExtension(0x3FF), "eng");
+    const std::pair<TLanguage, const char*> cases[] = {
+        {LANG_ENGLISH, "eng"},
+        {LANG_GERMAN, "ger"},
+        {LANG_DUTCH, "dut"},
+        {LANG_DANISH, "dan"},
+        {LANG_CZECH, "cze"},
+        {LANG_CHINESE, "chi"},
+        {LANG_FRENCH, "fre"},
+        // Serbian and Bosnian share Croatian's identifier.
+        {LANG_SERBIAN, "hrv"},
+        // No language of its own: English.
+        {LANG_NEUTRAL, "eng"},
+        {LANG_INVARIANT, "eng"},
+        {0x3FF, "eng"}};
+    for (const auto& c : cases)
+        EXPECT_STREQ(LanguageExtension(c.first), c.second) << c.first;
 }
 
 TEST(Languages, EveryPrimaryLanguageHasItsOwnExtension) {
@@ -132,18 +123,12 @@ TEST(Languages, EveryPrimaryLanguageHasItsOwnExtension) {
     EXPECT_GE(languages, 120);
 }
 
-TEST(Languages, NamesOfLanguages) {
+TEST(Languages, NamesAndIdentifiersOfLanguages) {
     TLanguage language = 0;
-    EXPECT_TRUE(LanguageOfName("ger", language));
-    EXPECT_EQ(language, LANG_GERMAN);
     EXPECT_TRUE(LanguageOfName(" .ENG\t", language));
     EXPECT_EQ(language, LANG_ENGLISH);
-    EXPECT_TRUE(LanguageOfName("Dutch", language));
-    EXPECT_EQ(language, LANG_DUTCH);
     EXPECT_TRUE(LanguageOfName("scottish gaelic", language));
     EXPECT_EQ(language, LANG_SCOTTISH_GAELIC);
-    EXPECT_FALSE(LanguageOfName("Klingon", language));
-    EXPECT_FALSE(LanguageOfName("", language));
     EXPECT_FALSE(LanguageOfName(nullptr, language));
     EXPECT_EQ(LanguageOfLangId(0x0407), LANG_GERMAN);
     EXPECT_EQ(LanguageOfLangId(0x0C07), LANG_GERMAN); // Austria

@@ -30,33 +30,40 @@ std::string Arg(int i) {
     return "e" + std::to_string(i);
 }
 
+// The counted entries, bottom first, one "origin:code text" line each.
+std::string Stack() {
+    std::string all;
+    for (int i = 0; i < static_cast<int>(GetErrorCount()); ++i)
+        all += std::to_string(GetErrorOriginNr(i)) + ":" + std::to_string(GetErrorCodeNr(i)) + " " +
+               Str(GetErrorStringNr(i)) + "\n";
+    return all;
+}
+
 TEST(ErrorStack, PushAndInspectFromTopAndBottom) {
     OnFreshThread([] {
         EXPECT_EQ(PushError(kTestOrigin, 1, "a", "b", "c"), 1u);
         EXPECT_EQ(PushError(3, 12, "plain text"), 2u);
         EXPECT_EQ(PushError(kTestOrigin, 3, "", "only second"), 3u);
-        EXPECT_EQ(GetErrorCount(), 3u);
-
+        EXPECT_EQ(Stack(), "42:1 " + TestText(1, "a", "b", "c") + "\n3:12 plain text\n42:3 " +
+                               TestText(3, "", "only second") + "\n");
         EXPECT_EQ(GetErrorOrigin(), kTestOrigin);
         EXPECT_EQ(GetErrorCode(), 3);
         EXPECT_EQ(Str(GetErrorString()), TestText(3, "", "only second"));
-        EXPECT_EQ(GetErrorOriginNr(0), kTestOrigin);
-        EXPECT_EQ(GetErrorCodeNr(0), 1);
-        EXPECT_EQ(GetErrorOriginNr(1), 3);
-        EXPECT_EQ(GetErrorCodeNr(1), 12);
-        EXPECT_EQ(Str(GetErrorStringNr(0)), TestText(1, "a", "b", "c"));
-        EXPECT_EQ(Str(GetErrorStringNr(1)), "plain text");
+        EXPECT_EQ(Str(GetErrorStringNr(-1)) + Str(GetErrorStringNr(3)), "");
 
         // Raw texts: an empty argument is kept as no text at all.
         EXPECT_EQ(GetErrorInfo() == KCInfo(kTestOrigin, 3, "", "only second", ""), 1u);
         PopError();
         EXPECT_EQ(GetErrorInfo() == KCInfo(3, 12, "plain text", "", ""), 1u);
+        // The popped entry is still in its slot, but not counted.
+        EXPECT_EQ(Str(GetErrorStringNr(2)), "");
+        EXPECT_EQ(GetErrorCodeNr(2), 3);
     });
 }
 
 TEST(ErrorStack, EmptyStackReadsSafely) {
     OnFreshThread([] {
-        EXPECT_EQ(IsExceptionSystemAlive(), 1u);
+        EXPECT_EQ(IsExceptionSystemAlive(), 1u); // before the thread's first error call
         EXPECT_EQ(GetErrorCount(), 0u);
         EXPECT_EQ(Str(GetErrorString()), "");
         EXPECT_EQ(Str(GetErrorStringNr(0)), "");
@@ -77,33 +84,25 @@ TEST(ErrorStack, EmptyStackReadsSafely) {
     });
 }
 
-TEST(ErrorStack, StringNrOutsideTheCountIsEmpty) {
-    OnFreshThread([] {
-        PushError(3, 12, "zero");
-        PushError(3, 12, "one");
-        EXPECT_EQ(Str(GetErrorStringNr(-1)), "");
-        EXPECT_EQ(Str(GetErrorStringNr(2)), "");
-        EXPECT_EQ(Str(GetErrorStringNr(1)), "one");
-        PopError();
-        // The popped entry is still in its slot, but not counted.
-        EXPECT_EQ(Str(GetErrorStringNr(1)), "");
-        EXPECT_EQ(GetErrorCodeNr(1), 12);
-    });
-}
-
 // 21 pushes: the 21st finds the stack full, the whole content goes to the log
 // with the oldest entry marked as removed, the other 19 come back as texts.
-TEST(ErrorStack, TwentyFirstPushCompressesTheStack) {
-    OnFreshThread([] {
+// The extra data of the compressed entries is dropped without deleting it
+// (as the stack always has): the objects stay valid for whoever kept them.
+TEST(ErrorStack, EveryPushOnAFullStackCompressesIt) {
+    const int liveBefore = CountedData::live;
+    std::vector<TErrorData*> kept;
+    OnFreshThread([&] {
         LogCapture log;
-        for (int i = 0; i < 20; ++i)
-            ASSERT_EQ(PushError(kTestOrigin, static_cast<unsigned short>(i), Arg(i).c_str()),
+        for (int i = 0; i < 20; ++i) {
+            kept.push_back(new CountedData(i));
+            ASSERT_EQ(PushError(kTestOrigin, static_cast<unsigned short>(i), Arg(i).c_str(), "", "",
+                                kept.back()),
                       static_cast<unsigned long>(i + 1));
+        }
         EXPECT_TRUE(log.Take().empty());
 
         EXPECT_EQ(PushError(kTestOrigin, 20, Arg(20).c_str()), 20u);
         EXPECT_EQ(GetErrorCount(), 20u);
-
         std::string expected = "Message stack overflow! Stack content:\r\n" + TestText(0, "e0") +
                                " (removed from stack)\r\n";
         for (int i = 1; i < 20; ++i)
@@ -112,79 +111,47 @@ TEST(ErrorStack, TwentyFirstPushCompressesTheStack) {
         ASSERT_EQ(lines.size(), 1u);
         EXPECT_EQ(lines[0].level, 2u);
         EXPECT_EQ(lines[0].text, expected);
-
-        for (int i = 0; i < 19; ++i) {
-            EXPECT_EQ(GetErrorOriginNr(i), 3) << i;
-            EXPECT_EQ(GetErrorCodeNr(i), 12) << i;
-            EXPECT_EQ(Str(GetErrorStringNr(i)),
-                      TestText(static_cast<unsigned short>(i + 1), Arg(i + 1).c_str()));
+        expected.clear();
+        for (int i = 1; i < 20; ++i) {
+            expected += "3:12 " + TestText(static_cast<unsigned short>(i), Arg(i).c_str()) + "\n";
+            EXPECT_EQ(GetErrorDataNr(i - 1), nullptr) << i;
         }
-        EXPECT_EQ(GetErrorOriginNr(19), kTestOrigin);
-        EXPECT_EQ(GetErrorCodeNr(19), 20);
-    });
-}
+        EXPECT_EQ(Stack(), expected + "42:20 " + TestText(20, "e20") + "\n");
 
-TEST(ErrorStack, EveryPushOnAFullStackCompressesAgain) {
-    OnFreshThread([] {
-        LogCapture log;
-        for (int i = 0; i < 25; ++i)
+        for (int i = 21; i < 25; ++i)
             PushError(kTestOrigin, static_cast<unsigned short>(i), Arg(i).c_str());
         EXPECT_EQ(GetErrorCount(), 20u);
-        EXPECT_EQ(log.Take().size(), 5u);
+        EXPECT_EQ(log.Take().size(), 4u);
         EXPECT_EQ(Str(GetErrorStringNr(0)), TestText(5, "e5"));
         EXPECT_EQ(Str(GetErrorString()), TestText(24, "e24"));
     });
-}
-
-// Overflow loses the extra data of the compressed entries without deleting
-// it (as the stack always has): the objects stay valid for whoever kept them.
-TEST(ErrorStack, OverflowDropsDataWithoutDeletingIt) {
-    const int liveBefore = CountedData::Live();
-    std::vector<TErrorData*> kept;
-    OnFreshThread([&] {
-        for (int i = 0; i < 20; ++i) {
-            CountedData* data = new CountedData(i);
-            kept.push_back(data);
-            PushError(kTestOrigin, static_cast<unsigned short>(i), "", "", "", data);
-        }
-        PushError(kTestOrigin, 20);
-        for (int i = 0; i < 20; ++i)
-            EXPECT_EQ(GetErrorDataNr(i), nullptr) << i;
-        EXPECT_EQ(CountedData::Live(), liveBefore + 20);
-    });
-    EXPECT_EQ(CountedData::Live(), liveBefore + 20); // not released at thread end either
+    EXPECT_EQ(CountedData::live, liveBefore + 20); // not released at thread end either
     for (TErrorData* data : kept)
         delete data;
 }
 
+// Popping releases nothing: the data stays readable in its slot until a push
+// reuses the slot (which clears it without deleting the popped entry's data,
+// so that a pointer taken before the pop stays valid) or the thread ends.
 TEST(ErrorStack, DataBelongsToTheStackUntilTheThreadEnds) {
-    const int liveBefore = CountedData::Live();
+    const int liveBefore = CountedData::live;
+    TErrorData* popped = nullptr;
     OnFreshThread([&] {
         PushError(kTestOrigin, 1, "", "", "", new CountedData(11));
         PushError(kTestOrigin, 2, "", "", "", new CountedData(22));
-        EXPECT_EQ(ValueOf(GetErrorData()), 22);
+        PushError(kTestOrigin, 3, "", "", "", new CountedData(33));
+        EXPECT_EQ(ValueOf(GetErrorData()), 33);
         EXPECT_EQ(ValueOf(GetErrorDataNr(0)), 11);
-        PopError(); // popping releases nothing: the data stays readable in its slot
-        EXPECT_EQ(ValueOf(GetErrorDataNr(1)), 22);
-        EXPECT_EQ(CountedData::Live(), liveBefore + 2);
-    });
-    EXPECT_EQ(CountedData::Live(), liveBefore); // the whole stack went with the thread
-}
-
-// A push into the slot of a popped entry clears the slot without deleting the
-// popped entry's data, so that a pointer taken before the pop stays valid.
-TEST(ErrorStack, PushOverAPoppedEntryLeavesItsDataAlone) {
-    const int liveBefore = CountedData::Live();
-    TErrorData* popped = nullptr;
-    OnFreshThread([&] {
-        PushError(kTestOrigin, 1, "", "", "", new CountedData(5));
+        PopError();
         popped = GetErrorData();
         PopError();
-        PushError(kTestOrigin, 2, "new");
+        EXPECT_EQ(ValueOf(GetErrorDataNr(2)), 33);
+        EXPECT_EQ(CountedData::live, liveBefore + 3);
+        PushError(kTestOrigin, 4, "new");
         EXPECT_EQ(GetErrorData(), nullptr);
-        EXPECT_EQ(ValueOf(popped), 5);
+        EXPECT_EQ(ValueOf(popped), 22);
     });
-    EXPECT_EQ(CountedData::Live(), liveBefore + 1);
+    EXPECT_EQ(CountedData::live, liveBefore + 1); // the rest went with the thread
     delete popped;
 }
 
@@ -194,7 +161,13 @@ TEST(ErrorStack, PushOverAPoppedEntryLeavesItsDataAlone) {
 TEST(Throwing, OnlyTheFirstThrowNewErrorThrowsUntilHandled) {
     OnFreshThread([] {
         EXPECT_EQ(GetPendingCount(), 0u);
-        EXPECT_THROW(ThrowNewError(kTestOrigin, 1, "first"), TException);
+        try {
+            ThrowNewError(kTestOrigin, 1, "first");
+            ADD_FAILURE() << "nothing thrown";
+        } catch (TException& e) {
+            EXPECT_EQ(e.PendingCount(), 1u);
+            e.ClearPending(); // a copy, not the thread's record
+        }
         EXPECT_EQ(GetPendingCount(), 1u);
         // While one is pending, further errors only push.
         EXPECT_NO_THROW(ThrowNewError(kTestOrigin, 2, "second"));
@@ -214,19 +187,6 @@ TEST(Throwing, OnlyTheFirstThrowNewErrorThrowsUntilHandled) {
         EXPECT_EQ(GetPendingCount(), 0xFFFFFFFFu);
         EXPECT_NO_THROW(ThrowNewError(kTestOrigin, 3));
         EXPECT_EQ(GetErrorCount(), 3u);
-    });
-}
-
-TEST(Throwing, ThrownExceptionIsACopyOfThePendingRecord) {
-    OnFreshThread([] {
-        try {
-            ThrowNewError(kTestOrigin, 1);
-            ADD_FAILURE() << "nothing thrown";
-        } catch (TException& e) {
-            EXPECT_EQ(e.PendingCount(), 1u);
-            e.ClearPending(); // the copy, not the thread's record
-        }
-        EXPECT_EQ(GetPendingCount(), 1u);
     });
 }
 
@@ -253,64 +213,48 @@ TEST(Throwing, ThrowSehThrowsAlwaysAndSkipsARepeatedTopEntry) {
     });
 }
 
-TEST(Throwing, ThrowNewErrorFromAnInfoPushesItsFields) {
+TEST(Throwing, OtherFormsPushTheirFieldsDataAndRecordNumbers) {
+    const int liveBefore = CountedData::live;
     OnFreshThread([] {
-        KCInfo info(kTestOrigin, 9, "p1", "p2", "p3");
-        EXPECT_THROW(ThrowNewError(info), TException);
-        EXPECT_EQ(GetErrorInfo() == info, 1u);
-        EXPECT_EQ(GetErrorData(), nullptr);
-    });
-}
-
-TEST(Throwing, ThrowNewErrorWithDataHandsItToTheStack) {
-    const int liveBefore = CountedData::Live();
-    OnFreshThread([&] {
-        EXPECT_THROW(ThrowNewError(kTestOrigin, 1, "", "", "", new CountedData(3)), TException);
-        EXPECT_EQ(ValueOf(GetErrorData()), 3);
-    });
-    EXPECT_EQ(CountedData::Live(), liveBefore);
-}
-
-TEST(Throwing, RecordNumberVariantsPushTheTextAsPassThrough) {
-    OnFreshThread([] {
+        // The record-number forms push the text as the pass-through message.
         EXPECT_EQ(PushErrorNr(0x2A, 3, 12, "copy failed"), 1u);
         EXPECT_EQ(GetErrorOrigin(), 3);
         EXPECT_EQ(GetErrorCode(), 12);
         EXPECT_EQ(Str(GetErrorString()), "copy failed (REC: 0x0000002a)");
-
         PushErrorNr(static_cast<unsigned long>(-1), kTestOrigin, 5, "a");
         EXPECT_EQ(Str(GetErrorString()), TestText(5, "a") + " (REC: 0xffffffff)");
-
         EXPECT_THROW(ThrowNewErrorNr(0xABCDEF, kTestOrigin, 6), TException);
         EXPECT_EQ(GetErrorCount(), 3u);
         EXPECT_EQ(GetErrorOrigin(), 3);
         EXPECT_EQ(Str(GetErrorString()), TestText(6) + " (REC: 0x00abcdef)");
+        DecrementPendingCount();
+
+        KCInfo info(kTestOrigin, 9, "p1", "p2", "p3");
+        EXPECT_THROW(ThrowNewError(info), TException);
+        EXPECT_EQ(GetErrorInfo() == info, 1u);
+        EXPECT_EQ(GetErrorData(), nullptr);
+        DecrementPendingCount();
+        // Extra data is handed to the stack, which releases it at thread end.
+        EXPECT_THROW(ThrowNewError(kTestOrigin, 1, "", "", "", new CountedData(3)), TException);
+        EXPECT_EQ(ValueOf(GetErrorData()), 3);
     });
+    EXPECT_EQ(CountedData::live, liveBefore);
 }
 
-// ---------------------------------------------------------------------------
-// System errors
-
-TEST(SystemErrors, NoLastErrorPushesNothing) {
+TEST(SystemErrors, TheLastErrorIsPushedAsItsSystemTextAndNoneAsNothing) {
     OnFreshThread([] {
         PushError(kTestOrigin, 1);
         SetLastError(ERROR_SUCCESS);
         EXPECT_EQ(PushSystemError(), 1u);
         EXPECT_EQ(GetErrorCount(), 1u);
-    });
-}
 
-TEST(SystemErrors, LastErrorIsPushedAsItsSystemText) {
-    OnFreshThread([] {
         SetLastError(ERROR_ACCESS_DENIED);
-        // Looking at the stack must not lose the error that is to be reported.
-        PushError(kTestOrigin, 1);
-        GetErrorCount();
+        GetErrorCount(); // looking at the stack must not lose the error to report
         EXPECT_EQ(PushSystemError(), 2u);
         EXPECT_EQ(GetErrorOrigin(), 3);
         EXPECT_EQ(GetErrorCode(), 12);
         EXPECT_EQ(Str(GetErrorString()), Str(GetMessage(1, ERROR_ACCESS_DENIED)));
-        EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
 #if !defined(_WIN32)
         EXPECT_EQ(Str(GetErrorString()), "Access is denied.");
 #endif
@@ -335,10 +279,10 @@ TEST(SavedStacks, RestoreBringsBackTheSavedCountAndTexts) {
         PushError(kTestOrigin, 5, "E");
         PushError(kTestOrigin, 6, "F");
 
+        const std::string savedStack =
+            "42:1 " + TestText(1, "A") + "\n42:2 " + TestText(2, "B") + "\n";
         RestoreErrorStack(saved);
-        EXPECT_EQ(GetErrorCount(), 2u);
-        EXPECT_EQ(Str(GetErrorStringNr(0)), TestText(1, "A"));
-        EXPECT_EQ(Str(GetErrorStringNr(1)), TestText(2, "B"));
+        EXPECT_EQ(Stack(), savedStack);
         // Entries above the restored count keep their contents, uncounted.
         EXPECT_EQ(GetErrorCodeNr(2), 5);
         EXPECT_EQ(GetErrorCodeNr(3), 6);
@@ -347,8 +291,7 @@ TEST(SavedStacks, RestoreBringsBackTheSavedCountAndTexts) {
         // The saved copy stays valid and can be restored again.
         ClearError();
         RestoreErrorStack(saved);
-        EXPECT_EQ(GetErrorCount(), 2u);
-        EXPECT_EQ(Str(GetErrorString()), TestText(2, "B"));
+        EXPECT_EQ(Stack(), savedStack);
 
         DeleteErrorStack(saved);
         EXPECT_EQ(saved, nullptr);
@@ -358,84 +301,62 @@ TEST(SavedStacks, RestoreBringsBackTheSavedCountAndTexts) {
     });
 }
 
-TEST(SavedStacks, ExtraDataIsClonedOnSaveAndOnRestore) {
-    const int liveBefore = CountedData::Live();
+// Extra data is cloned on save and on restore; a stack saved on one thread
+// restores on another.
+TEST(SavedStacks, ExtraDataIsClonedAndStacksMoveBetweenThreads) {
+    const int liveBefore = CountedData::live;
+    void* saved = nullptr;
     OnFreshThread([&] {
-        PushError(kTestOrigin, 1, "", "", "", new CountedData(7));
+        PushError(kTestOrigin, 1, "from elsewhere", "", "", new CountedData(7));
         TErrorData* original = GetErrorData();
-        void* saved = nullptr;
         SaveErrorStack(saved);
-        EXPECT_EQ(CountedData::Live(), liveBefore + 2);
-
+        EXPECT_EQ(CountedData::live, liveBefore + 2);
         // Restoring replaces the entry's data by a clone of the saved one.
         RestoreErrorStack(saved);
         EXPECT_NE(GetErrorData(), original);
         EXPECT_EQ(ValueOf(GetErrorData()), 7);
-        EXPECT_EQ(CountedData::Live(), liveBefore + 2);
-
-        DeleteErrorStack(saved);
-        EXPECT_EQ(CountedData::Live(), liveBefore + 1);
+        EXPECT_EQ(CountedData::live, liveBefore + 2);
     });
-    EXPECT_EQ(CountedData::Live(), liveBefore);
-}
-
-TEST(SavedStacks, AStackSavedOnOneThreadRestoresOnAnother) {
-    void* saved = nullptr;
-    OnFreshThread([&] {
-        PushError(3, 12, "from elsewhere");
-        SaveErrorStack(saved);
-    });
+    EXPECT_EQ(CountedData::live, liveBefore + 1);
     OnFreshThread([&] {
         RestoreErrorStack(saved);
         EXPECT_EQ(GetErrorCount(), 1u);
-        EXPECT_EQ(Str(GetErrorString()), "from elsewhere");
+        EXPECT_EQ(Str(GetErrorString()), TestText(1, "from elsewhere"));
+        EXPECT_EQ(ValueOf(GetErrorData()), 7);
+        DeleteErrorStack(saved);
+        EXPECT_EQ(CountedData::live, liveBefore + 1);
     });
-    DeleteErrorStack(saved);
+    EXPECT_EQ(CountedData::live, liveBefore);
 }
 
 // ---------------------------------------------------------------------------
 // Tracing to the log
 
-TEST(Tracing, ClearErrorWritesOneTraceBlockAndEmptiesTheStack) {
+TEST(Tracing, TraceRewritesTheStackAsTextsAndClearErrorEmptiesIt) {
     OnFreshThread([] {
         LogCapture log;
         PushError(kTestOrigin, 1, "a");
         PushError(3, 12, "line one\r\nline two\nline three");
+        TraceErrorStackToLog();
+        EXPECT_EQ(Stack(),
+                  "3:12 " + TestText(1, "a") + "\n3:12 line one\r\nline two\nline three\n");
         ClearError();
         EXPECT_EQ(GetErrorCount(), 0u);
+        const std::string block = "TraceErrorStackToLog():\r\n" + TestText(1, "a") +
+                                  "\r\n\r\nline one\r\nline two\r\nline three\r\n\r\n";
         const auto lines = log.Take();
-        ASSERT_EQ(lines.size(), 1u);
-        EXPECT_EQ(lines[0].level, 1u);
-        EXPECT_EQ(lines[0].text, "TraceErrorStackToLog():\r\n" + TestText(1, "a") +
-                                     "\r\n\r\n"
-                                     "line one\r\nline two\r\nline three\r\n\r\n");
-    });
-}
-
-TEST(Tracing, TraceKeepsTheStackButAsPassThroughTexts) {
-    OnFreshThread([] {
-        LogCapture log;
-        PushError(kTestOrigin, 1, "a");
-        PushError(kTestOrigin, 2, "b");
-        TraceErrorStackToLog();
-        EXPECT_EQ(GetErrorCount(), 2u);
-        for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ(GetErrorOriginNr(i), 3);
-            EXPECT_EQ(GetErrorCodeNr(i), 12);
+        ASSERT_EQ(lines.size(), 2u);
+        for (const auto& line : lines) {
+            EXPECT_EQ(line.level, 1u);
+            EXPECT_EQ(line.text, block);
         }
-        EXPECT_EQ(Str(GetErrorStringNr(0)), TestText(1, "a"));
-        EXPECT_EQ(Str(GetErrorStringNr(1)), TestText(2, "b"));
-        EXPECT_EQ(log.Take().size(), 1u);
-    });
-}
 
-TEST(Tracing, LoggingSwitchedOffWritesNothing) {
-    OnFreshThread([] {
-        LogCapture log;
+        // Logging switched off: nothing is written, and tracing leaves the
+        // stack as it is.
         SetErrorLogging(0);
         PushError(kTestOrigin, 1);
         TraceErrorStackToLog();
-        EXPECT_EQ(GetErrorOrigin(), kTestOrigin); // untouched
+        EXPECT_EQ(GetErrorOrigin(), kTestOrigin);
         ClearError();
         SetErrorLogging(1);
         EXPECT_EQ(GetErrorCount(), 0u);
@@ -451,9 +372,8 @@ TEST(Tracing, ATraceOnAnotherThreadIsSkippedMeanwhile) {
     struct Hold {
         static void Capture(unsigned long, const char*) {
             phase = 1;
-            while (phase.load() != 2) {
+            while (phase.load() != 2)
                 std::this_thread::yield();
-            }
         }
     };
     LibraryLogCapture previous = SetLibraryLogCapture(&Hold::Capture);
@@ -475,9 +395,17 @@ TEST(Tracing, ATraceOnAnotherThreadIsSkippedMeanwhile) {
     SetLibraryLogCapture(previous);
 }
 
-TEST(Tracing, DebugInfoBecomesTheBottomEntryWhenShown) {
+TEST(Tracing, DebugInfoBecomesTheBottomEntryWhenShownAndIsOtherwiseOnlyTraced) {
     OnFreshThread([] {
         LogCapture log;
+        PushError(kTestOrigin, 1, "a");
+        InsertDebugInfoIntoErrorStack("source.cpp", -3);
+        InsertDebugInfoIntoErrorStack(nullptr, 0);
+        EXPECT_EQ(Stack(), "3:12 " + TestText(1, "a") + "\n");
+        EXPECT_EQ(log.Take().size(), 2u);
+        ClearError();
+        log.Take();
+
         SetErrorLogging(0); // the debug insertion logs regardless
         PushError(kTestOrigin, 1, "a");
         PushError(kTestOrigin, 2, "b");
@@ -485,29 +413,13 @@ TEST(Tracing, DebugInfoBecomesTheBottomEntryWhenShown) {
         InsertDebugInfoIntoErrorStack("source.cpp", 42);
         g_bShowDebugInfoInErrorStack = 0;
         SetErrorLogging(1);
-
-        EXPECT_EQ(GetErrorCount(), 3u);
-        EXPECT_EQ(Str(GetErrorStringNr(0)), "source.cpp 42");
-        EXPECT_EQ(Str(GetErrorStringNr(1)), TestText(1, "a"));
-        EXPECT_EQ(Str(GetErrorStringNr(2)), TestText(2, "b"));
+        EXPECT_EQ(Stack(), "3:12 source.cpp 42\n3:12 " + TestText(1, "a") + "\n3:12 " +
+                               TestText(2, "b") + "\n");
         const auto lines = log.Take();
         ASSERT_EQ(lines.size(), 1u);
         EXPECT_EQ(lines[0].level, 1u);
         EXPECT_EQ(lines[0].text, "TraceErrorStackToLog():\r\n" + TestText(1, "a") + "\r\n\r\n" +
                                      TestText(2, "b") + "\r\n\r\n");
-    });
-}
-
-TEST(Tracing, DebugInfoHiddenOnlyRewritesTheStack) {
-    OnFreshThread([] {
-        LogCapture log;
-        PushError(kTestOrigin, 1, "a");
-        InsertDebugInfoIntoErrorStack("source.cpp", -3);
-        InsertDebugInfoIntoErrorStack(nullptr, 0);
-        EXPECT_EQ(GetErrorCount(), 1u);
-        EXPECT_EQ(GetErrorOrigin(), 3);
-        EXPECT_EQ(Str(GetErrorString()), TestText(1, "a"));
-        EXPECT_EQ(log.Take().size(), 2u);
     });
 }
 

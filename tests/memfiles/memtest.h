@@ -1,93 +1,59 @@
-// Helpers shared by the memory-file tests: files in a temporary directory
-// named by DOS paths, and a way to see which library error a call raised.
+// Helpers shared by the memory-file tests: files in a temporary directory,
+// the state of the address space, and which library error a call raised.
 #ifndef BASEKEL_TESTS_MEMFILES_MEMTEST_H
 #define BASEKEL_TESTS_MEMFILES_MEMTEST_H
 
 #include "Error.h"
 #include "kelwin32.h"
 #include "testsupport.h"
+#include "win32files.h"
 
 #include <string>
 
 namespace memtest {
 
-// A temporary directory named by its full DOS path.
-class Dir {
-public:
-    Dir() {
-        char buffer[1024] = {};
-        const DWORD n = GetFullPathNameA(m_temp.path().c_str(), sizeof buffer, buffer, nullptr);
-        m_path.assign(buffer, n < sizeof buffer ? n : 0);
-    }
-    std::string operator/(const std::string& name) const { return m_path + "\\" + name; }
+using testsupport::OpenShared;
+using testsupport::ReadBytes;
+using testsupport::TempDir;
+using testsupport::WriteBytes;
 
-private:
-    testsupport::TempDir m_temp;
-    std::string m_path;
-};
+constexpr unsigned long kMiB = 1 << 20;
+constexpr unsigned long kStep = 65536; // also the allocation granularity
+constexpr DWORD kReadWrite = GENERIC_READ | GENERIC_WRITE;
 
-inline HANDLE Open(const std::string& path, DWORD access, DWORD disposition) {
-    return CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                       disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-}
+// The catalogue's built-in origins of the file module and of the memory-mapped files.
+constexpr int kFileOrigin = 3;
+constexpr int kDynamicOrigin = 4;
 
-// Creates (or replaces) a file with the given content.
-inline bool Write(const std::string& path, const std::string& content) {
-    HANDLE file = Open(path, GENERIC_WRITE, CREATE_ALWAYS);
-    if (file == INVALID_HANDLE_VALUE)
-        return false;
-    DWORD written = 0;
-    const BOOL ok =
-        WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr);
-    CloseHandle(file);
-    return ok && written == content.size();
-}
-
-// The whole file, or "<error N>".
-inline std::string Read(const std::string& path) {
-    HANDLE file = Open(path, GENERIC_READ, OPEN_EXISTING);
-    if (file == INVALID_HANDLE_VALUE)
-        return "<error " + std::to_string(GetLastError()) + ">";
-    std::string content;
-    char buffer[65536];
-    DWORD n = 0;
-    while (ReadFile(file, buffer, sizeof buffer, &n, nullptr) && n > 0)
-        content.append(buffer, n);
-    CloseHandle(file);
-    return content;
-}
-
-inline DWORD SizeOf(HANDLE file) {
-    return GetFileSize(file, nullptr);
-}
-
-// The size of the region of equal pages that starts at the address, and its
-// state, type and allocation base as VirtualQuery reports them.
-struct Region {
-    SIZE_T size = 0;
-    DWORD state = 0;
-    DWORD type = 0;
-    void* allocationBase = nullptr;
-};
-
-inline Region Query(const void* address) {
+inline MEMORY_BASIC_INFORMATION Query(const void* address) {
     MEMORY_BASIC_INFORMATION info{};
-    Region region;
-    if (VirtualQuery(address, &info, sizeof info) == sizeof info) {
-        region.size = info.RegionSize;
-        region.state = info.State;
-        region.type = info.Type;
-        region.allocationBase = info.AllocationBase;
-    }
-    return region;
+    VirtualQuery(address, &info, sizeof info);
+    return info;
 }
 
-// The origin and code of the library error that `body` raised (the error
-// stack's top entry), or -1 and -1 when it raised none. Leaves the stack
-// empty and the pending count as it was.
+inline long StateOf(const void* address) {
+    return static_cast<long>(Query(address).State);
+}
+
+// How many bytes from `base` on are one mapped view (0 when none is).
+inline SIZE_T MappedBytes(const void* base) {
+    const MEMORY_BASIC_INFORMATION info = Query(base);
+    return info.Type == MEM_MAPPED ? info.RegionSize : 0;
+}
+
+// The thread's last error after a call that had to fail; 0 when it did not.
+inline long LastErrorIf(bool failed) {
+    return failed ? static_cast<long>(GetLastError()) : 0;
+}
+
+// The library error that `body` raised (the error stack's top entry): its
+// origin and code (-1 and -1 when it raised none), text and first argument.
+// Leaves the stack empty and the pending count as it was.
 struct Raised {
     int origin = -1;
     int code = -1;
+    std::string text;
+    std::string argument;
 };
 
 template <typename Body> Raised RaisedBy(Body body) {
@@ -97,6 +63,8 @@ template <typename Body> Raised RaisedBy(Body body) {
     } catch (const TException&) {
         raised.origin = GetErrorOrigin();
         raised.code = GetErrorCode();
+        raised.text = static_cast<const char*>(GetErrorString());
+        raised.argument = static_cast<const char*>(GetErrorInfo().GetParam1());
         DecrementPendingCount();
     }
     while (GetErrorCount() > 0)
@@ -104,9 +72,9 @@ template <typename Body> Raised RaisedBy(Body body) {
     return raised;
 }
 
-// The catalogue's built-in origins of the file module and of the memory-mapped files.
-constexpr int kFileOrigin = 3;
-constexpr int kDynamicOrigin = 4;
+template <typename Body> int CodeRaisedBy(Body body) {
+    return RaisedBy(body).code;
+}
 
 } // namespace memtest
 

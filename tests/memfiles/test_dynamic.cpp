@@ -1,9 +1,10 @@
 // TDynamicMemoryMappedFile: a reserved range that the file is mapped into on
 // demand, through Set, CopyIn, CopyOut and plain pointers.
 #include "DYNAMIC.h"
+#include "FILE.h"
 #include "memtest.h"
 
-#include <cstring>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -13,36 +14,27 @@ using namespace memtest;
 
 namespace {
 
-constexpr unsigned long kMiB = 1 << 20;
-constexpr unsigned long kStep = 65536;
 constexpr unsigned long kGuard = 65536;
-constexpr DWORD kReadWrite = GENERIC_READ | GENERIC_WRITE;
 
 // A file in a temporary directory, open for the test's duration.
-class TestFile {
-public:
+struct TestFile {
     explicit TestFile(const std::string& content = std::string(), DWORD access = kReadWrite)
-        : m_path(m_dir / "mapped.bin") {
-        Write(m_path, content);
-        m_handle = Open(m_path, access, OPEN_EXISTING);
+        : path(dir.file("mapped.bin")) {
+        WriteBytes(path, content);
+        handle = OpenShared(path, access, OPEN_EXISTING);
     }
-    ~TestFile() { CloseHandle(m_handle); }
-    TestFile(const TestFile&) = delete;
-    TestFile& operator=(const TestFile&) = delete;
+    ~TestFile() { CloseHandle(handle); }
+    DWORD size() const { return GetFileSize(handle, nullptr); }
+    std::string content() const { return ReadBytes(path); }
 
-    HANDLE handle() const { return m_handle; }
-    DWORD size() const { return SizeOf(m_handle); }
-    std::string content() const { return Read(m_path); }
-
-private:
-    Dir m_dir;
-    std::string m_path;
-    HANDLE m_handle;
+    TempDir dir;
+    std::string path;
+    HANDLE handle;
 };
 
-SIZE_T MappedBytes(const char* base) {
-    const Region region = Query(base);
-    return region.type == MEM_MAPPED ? region.size : 0;
+char* Create(TDynamicMemoryMappedFile& mapped, const TestFile& file, unsigned long size,
+             unsigned long guard = kGuard, DWORD access = kReadWrite) {
+    return static_cast<char*>(mapped.Create(file.handle, access, size, kStep, guard));
 }
 
 } // namespace
@@ -50,26 +42,26 @@ SIZE_T MappedBytes(const char* base) {
 TEST(DynamicMapping, AWriteFarIntoTheReserveMapsWholeStepsAndCloseCutsTheFile) {
     TestFile file;
     TDynamicMemoryMappedFile mapped;
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, kMiB, kStep, kGuard));
+    char* base = Create(mapped, file, kMiB);
     ASSERT_NE(base, nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(base) % 65536, 0u);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(base) % kStep, 0u);
     // An empty file maps nothing: the whole range is reserved.
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_RESERVE));
-    EXPECT_EQ(Query(base).size, kMiB + kGuard);
+    EXPECT_EQ(StateOf(base), MEM_RESERVE);
+    EXPECT_EQ(Query(base).RegionSize, kMiB + kGuard);
 
     mapped.Set(100000, 'x', 1);
     EXPECT_EQ(MappedBytes(base), 131072u);
     EXPECT_EQ(file.size(), 131072u);
     EXPECT_EQ(base[100000], 'x');
-    const Region rest = Query(base + 131072);
-    EXPECT_EQ(rest.state, static_cast<DWORD>(MEM_RESERVE));
-    EXPECT_EQ(rest.allocationBase, base + 131072);
-    EXPECT_EQ(rest.size, kMiB + kGuard - 131072);
+    const MEMORY_BASIC_INFORMATION rest = Query(base + 131072);
+    EXPECT_EQ(static_cast<long>(rest.State), MEM_RESERVE);
+    EXPECT_EQ(rest.AllocationBase, base + 131072);
+    EXPECT_EQ(rest.RegionSize, kMiB + kGuard - 131072);
 
     mapped.Close(100001);
     EXPECT_EQ(file.size(), 100001u);
     EXPECT_EQ(file.content()[100000], 'x');
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_FREE));
+    EXPECT_EQ(StateOf(base), MEM_FREE);
 }
 
 TEST(DynamicMapping, TheFilesContentIsMappedAtCreation) {
@@ -79,22 +71,30 @@ TEST(DynamicMapping, TheFilesContentIsMappedAtCreation) {
     TestFile file(content);
     TDynamicMemoryMappedFile mapped;
     // Size 0 reserves the file's size, rounded up to the granularity.
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, 0, kStep, kGuard));
+    char* base = Create(mapped, file, 0);
     ASSERT_NE(base, nullptr);
     EXPECT_EQ(MappedBytes(base), 131072u);
     EXPECT_EQ(file.size(), 131072u); // mapping whole steps grows the file
     EXPECT_EQ(std::string(base, 70000), content);
-
     // The reserve ends at 131072: the next byte is the guard zone.
-    EXPECT_EQ(RaisedBy([&] { mapped.Set(131072, 1, 1); }).code, 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.Set(131072, 1, 1); }), 3);
     mapped.Close(70000);
     EXPECT_EQ(file.content(), content);
+
+    // A reserve of 0 on an empty file is all guard zone.
+    TestFile empty;
+    base = Create(mapped, empty, 0);
+    ASSERT_NE(base, nullptr);
+    EXPECT_EQ(Query(base).RegionSize, kGuard);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.Set(0, 1, 1); }), 3);
+    EXPECT_EQ(empty.size(), 0u);
+    mapped.Close(0);
 }
 
 TEST(DynamicMapping, CopiesAcrossSeveralStepsGrowTheMappingOnce) {
     TestFile file;
     TDynamicMemoryMappedFile mapped;
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, kMiB, kStep, kGuard));
+    char* base = Create(mapped, file, kMiB);
     std::vector<char> data(300000);
     for (std::size_t i = 0; i < data.size(); ++i)
         data[i] = static_cast<char>(i * 7);
@@ -116,39 +116,40 @@ TEST(DynamicMapping, CopiesAcrossSeveralStepsGrowTheMappingOnce) {
 TEST(DynamicMapping, TheGuardZoneAndBeyondRaiseCode3AfterServingTheReserve) {
     TestFile file;
     TDynamicMemoryMappedFile mapped;
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, kMiB, kStep, kGuard));
+    char* base = Create(mapped, file, kMiB);
 
-    Raised raised = RaisedBy([&] { mapped.Set(kMiB, 1, 1); }); // the first guard byte
+    const Raised raised = RaisedBy([&] { mapped.Set(kMiB, 1, 1); }); // the first guard byte
     EXPECT_EQ(raised.origin, kDynamicOrigin);
     EXPECT_EQ(raised.code, 3);
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_RESERVE)); // nothing was mapped
+    EXPECT_EQ(StateOf(base), MEM_RESERVE); // nothing was mapped
 
     // A write that runs into the guard zone writes what lies in the reserve.
-    EXPECT_EQ(RaisedBy([&] { mapped.Set(kMiB - 2, 'g', 4); }).code, 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.Set(kMiB - 2, 'g', 4); }), 3);
     EXPECT_EQ(base[kMiB - 2], 'g');
     EXPECT_EQ(base[kMiB - 1], 'g');
     EXPECT_EQ(file.size(), kMiB);
 
     char buffer[8] = {};
-    EXPECT_EQ(RaisedBy([&] { mapped.CopyOut(buffer, kMiB + kGuard - 1, 1); }).code, 3);
-    EXPECT_EQ(RaisedBy([&] { mapped.CopyIn(buffer, kMiB + kGuard + 100, 8); }).code, 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.CopyOut(buffer, kMiB + kGuard - 1, 1); }), 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.CopyIn(buffer, kMiB + kGuard + 100, 8); }), 3);
     // Offsets near 4 GiB do not wrap around to the start of the range.
-    EXPECT_EQ(RaisedBy([&] { mapped.Set(0xFFFFFFF0ul, 1, 0x20); }).code, 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.Set(0xFFFFFFF0ul, 1, 0x20); }), 3);
     EXPECT_EQ(base[0], '\0');
     // An empty access touches nothing and raises nothing.
-    EXPECT_EQ(RaisedBy([&] { mapped.Set(kMiB + 5, 1, 0); }).code, -1);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.Set(kMiB + 5, 1, 0); }), -1);
     mapped.Close(0);
 }
 
 TEST(DynamicMapping, PlainPointersGrowTheMappingAndKeepTheLastError) {
     TestFile file;
     TDynamicMemoryMappedFile mapped;
-    auto* base = static_cast<volatile char*>(
-        mapped.Create(file.handle(), kReadWrite, 4 * kMiB, kStep, kGuard));
+    volatile char* base = Create(mapped, file, 4 * kMiB);
     ASSERT_NE(base, nullptr);
     SetLastError(4242);
     base[3000000] = 'p'; // far into the reserve
     EXPECT_EQ(GetLastError(), 4242u);
+    // The range is rebuilt at a raised priority, which is restored afterwards.
+    EXPECT_EQ(GetThreadPriority(GetCurrentThread()), THREAD_PRIORITY_NORMAL);
     EXPECT_EQ(MappedBytes(const_cast<char*>(base)), 3014656u);
     EXPECT_EQ(file.size(), 3014656u);
     EXPECT_EQ(base[3500000], '\0'); // a read grows it as well
@@ -166,9 +167,8 @@ TEST(DynamicMapping, TwoMappedFilesGrowInTurn) {
     TestFile second;
     TDynamicMemoryMappedFile a;
     TDynamicMemoryMappedFile b;
-    auto* baseA = static_cast<volatile char*>(a.Create(first.handle(), kReadWrite, kMiB, kStep, 0));
-    auto* baseB =
-        static_cast<volatile char*>(b.Create(second.handle(), kReadWrite, 2 * kMiB, kStep, 0));
+    volatile char* baseA = Create(a, first, kMiB, 0);
+    volatile char* baseB = Create(b, second, 2 * kMiB, 0);
     ASSERT_NE(baseA, nullptr);
     ASSERT_NE(baseB, nullptr);
     for (unsigned long offset = 1000; offset < kMiB; offset += 150000) {
@@ -190,49 +190,36 @@ TEST(DynamicMapping, TwoMappedFilesGrowInTurn) {
 TEST(DynamicMapping, ReadOnlyMappingsServeReadsAndRefuseWrites) {
     TestFile file(std::string(65536, 'r'), GENERIC_READ);
     TDynamicMemoryMappedFile mapped;
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), GENERIC_READ, kMiB, kStep, 0));
-    ASSERT_NE(base, nullptr);
+    ASSERT_NE(Create(mapped, file, kMiB, 0, GENERIC_READ), nullptr);
     char value = 0;
     mapped.CopyOut(&value, 65535, 1);
     EXPECT_EQ(value, 'r');
-    EXPECT_EQ(RaisedBy([&] { mapped.Set(0, 'w', 1); }).code, 3);
-    EXPECT_EQ(RaisedBy([&] { mapped.CopyIn(&value, 10, 1); }).code, 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.Set(0, 'w', 1); }), 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.CopyIn(&value, 10, 1); }), 3);
     // A read-only file cannot grow: mapping beyond it fails.
-    EXPECT_EQ(RaisedBy([&] { mapped.CopyOut(&value, 70000, 1); }).code, 1);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.CopyOut(&value, 70000, 1); }), 1);
     mapped.Close(10); // not writable: the file keeps its size
     EXPECT_EQ(file.content(), std::string(65536, 'r'));
-
-    TestFile small(std::string(100, 's'), GENERIC_READ);
-    TDynamicMemoryMappedFile refused;
-    Raised raised = RaisedBy([&] { refused.Create(small.handle(), GENERIC_READ, kMiB, kStep, 0); });
-    EXPECT_EQ(raised.origin, kDynamicOrigin);
-    EXPECT_EQ(raised.code, 1);
-}
-
-TEST(DynamicMapping, AReserveOfZeroOnAnEmptyFileIsAllGuardZone) {
-    TestFile file;
-    TDynamicMemoryMappedFile mapped;
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, 0, kStep, kGuard));
-    ASSERT_NE(base, nullptr);
-    EXPECT_EQ(Query(base).size, kGuard);
-    EXPECT_EQ(RaisedBy([&] { mapped.Set(0, 1, 1); }).code, 3);
-    EXPECT_EQ(file.size(), 0u);
-    mapped.Close(0);
 }
 
 TEST(DynamicMapping, CreateFailuresRaiseTheirCodesAndLeaveTheObjectClosed) {
     TDynamicMemoryMappedFile mapped;
     // Nothing to reserve.
     TestFile empty;
-    EXPECT_EQ(RaisedBy([&] { mapped.Create(empty.handle(), kReadWrite, 0, kStep, 0); }).code, 0);
+    EXPECT_EQ(CodeRaisedBy([&] { Create(mapped, empty, 0, 0); }), 0);
+    // A read-only file smaller than the first step cannot be mapped.
+    TestFile small(std::string(100, 's'), GENERIC_READ);
+    Raised raised = RaisedBy([&] { Create(mapped, small, kMiB, 0, GENERIC_READ); });
+    EXPECT_EQ(raised.origin, kDynamicOrigin);
+    EXPECT_EQ(raised.code, 1);
     // No file behind the handle: the mapping object cannot be made.
-    HANDLE closed = Open(Dir() / "gone.bin", kReadWrite, CREATE_ALWAYS);
+    HANDLE closed = OpenShared(empty.dir.file("gone.bin"), kReadWrite, CREATE_ALWAYS);
     CloseHandle(closed);
-    Raised raised = RaisedBy([&] { mapped.Create(closed, kReadWrite, kMiB, kStep, 0); });
+    raised = RaisedBy([&] { mapped.Create(closed, kReadWrite, kMiB, kStep, 0); });
     EXPECT_EQ(raised.origin, kDynamicOrigin);
     EXPECT_EQ(raised.code, 1);
     char value = 0;
-    EXPECT_EQ(RaisedBy([&] { mapped.CopyIn(&value, 0, 1); }).code, 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.CopyIn(&value, 0, 1); }), 3);
     mapped.Close(0);
 }
 
@@ -242,7 +229,7 @@ TEST(DynamicMapping, CopiesShareTheRangeUntilTheLastGoesOrOneCloses) {
     char* base = nullptr;
     {
         TDynamicMemoryMappedFile original;
-        base = static_cast<char*>(original.Create(file.handle(), kReadWrite, kMiB, kStep, 0));
+        base = Create(original, file, kMiB, 0);
         copy = original;
         original.Set(10, 'o', 1);
     }
@@ -253,29 +240,26 @@ TEST(DynamicMapping, CopiesShareTheRangeUntilTheLastGoesOrOneCloses) {
     TDynamicMemoryMappedFile third(copy);
     third.Close(200001);
     EXPECT_EQ(file.size(), 200001u);
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_FREE));
-    EXPECT_EQ(RaisedBy([&] { copy.Set(0, 1, 1); }).code, 3); // closed through the other copy
-}
+    EXPECT_EQ(StateOf(base), MEM_FREE);
+    EXPECT_EQ(CodeRaisedBy([&] { copy.Set(0, 1, 1); }), 3); // closed through the other copy
 
-TEST(DynamicMapping, DestroyingTheLastHolderReleasesTheRange) {
-    TestFile file;
-    char* base = nullptr;
+    // Destroying the last holder releases the range; the file keeps the size
+    // it grew to, and can be cut again.
     {
-        TDynamicMemoryMappedFile mapped;
-        base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, kMiB, kStep, 0));
-        mapped.Set(0, 1, 1);
+        TDynamicMemoryMappedFile last;
+        base = Create(last, file, kMiB, 0);
+        last.Set(300000, 1, 1);
     }
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_FREE));
-    // The file keeps the size it grew to, and can now be cut again.
-    EXPECT_EQ(file.size(), 65536u);
-    SetFilePointer(file.handle(), 1, nullptr, FILE_BEGIN);
-    EXPECT_TRUE(SetEndOfFile(file.handle()));
+    EXPECT_EQ(StateOf(base), MEM_FREE);
+    EXPECT_EQ(file.size(), 327680u);
+    SetFilePointer(file.handle, 1, nullptr, FILE_BEGIN);
+    EXPECT_TRUE(SetEndOfFile(file.handle));
 }
 
 TEST(DynamicMapping, TheExceptionFilterGrowsOnlyForAccessViolationsInTheReserve) {
     TestFile file;
     TDynamicMemoryMappedFile mapped;
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, kMiB, kStep, kGuard));
+    char* base = Create(mapped, file, kMiB);
     EXCEPTION_RECORD record{};
     EXCEPTION_POINTERS pointers{&record, nullptr};
     record.NumberParameters = 2;
@@ -292,34 +276,20 @@ TEST(DynamicMapping, TheExceptionFilterGrowsOnlyForAccessViolationsInTheReserve)
     record.ExceptionInformation[1] = reinterpret_cast<ULONG_PTR>(base + kMiB + kGuard);
     EXPECT_EQ(mapped.ExceptionFilter(&pointers), EXCEPTION_CONTINUE_SEARCH);
     record.ExceptionInformation[1] = reinterpret_cast<ULONG_PTR>(base + kMiB);
-    EXPECT_EQ(RaisedBy([&] { mapped.ExceptionFilter(&pointers); }).code, 3);
+    EXPECT_EQ(CodeRaisedBy([&] { mapped.ExceptionFilter(&pointers); }), 3);
     mapped.Close(0);
 }
 
-// A subclass reaches the protected region operations.
-class RegionProbe : public TDynamicMemoryMappedFile {
-public:
-    void Adjust(unsigned long n) { AdjustRegion(n); }
-    void Clear() { ClearRegion(); }
-    void Construct(unsigned long n) { ConstructRegion(n); }
-};
-
-TEST(DynamicMapping, RegionOperationsRebuildTheRangeInSteps) {
-    TestFile file;
-    RegionProbe mapped;
-    auto* base = static_cast<char*>(mapped.Create(file.handle(), kReadWrite, kMiB, kStep, kGuard));
-    mapped.Adjust(1);
-    EXPECT_EQ(MappedBytes(base), 65536u);
-    mapped.Adjust(300000);
-    EXPECT_EQ(MappedBytes(base), 327680u);
-    mapped.Clear();
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_FREE));
-    mapped.Construct(65537);
-    EXPECT_EQ(MappedBytes(base), 131072u);
-    EXPECT_EQ(Query(base + 131072).size, kMiB + kGuard - 131072);
-    // A plain access still finds the range after it was rebuilt by hand.
-    static_cast<volatile char*>(base)[500000] = 1;
-    EXPECT_EQ(MappedBytes(base), 524288u);
-    mapped.Close(0);
-    EXPECT_EQ(RaisedBy([&] { mapped.Adjust(1); }).code, 2); // nothing to rebuild
+TEST(DynamicMapping, CreateFromATFileUsesItsHandleAndMode) {
+    TempDir dir;
+    TFile file(dir.file("tfile.bin").c_str(), kReadWrite, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    TDynamicMemoryMappedFile mapped;
+    ASSERT_NE(mapped.Create(file, kMiB, kStep, kStep), nullptr);
+    mapped.CopyIn(const_cast<char*>("mapped"), 70000, 6);
+    mapped.Close(70006);
+    EXPECT_EQ(file.Size(), 70006u);
+    file.Seek(70000, FILE_BEGIN);
+    char text[6] = {};
+    EXPECT_EQ(file.Read(text, 6), 6u);
+    EXPECT_EQ(std::string(text, 6), "mapped");
 }

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -22,9 +21,6 @@ using namespace memtest;
 
 namespace {
 
-constexpr unsigned long kMiB = 1 << 20;
-constexpr unsigned long kStep = 65536;
-constexpr DWORD kReadWrite = GENERIC_READ | GENERIC_WRITE;
 constexpr int kHandledBefore = 77;
 
 #if defined(_WIN32)
@@ -58,9 +54,9 @@ TEST_CHILD(UnresolvedFaultChild) {
     InstallPreviousHandler();
     const std::string what = args.at(1);
     const bool readOnly = what == "read-only";
-    if (readOnly && !Write(args.at(0), std::string(kStep, 'r')))
+    if (readOnly && !WriteBytes(args.at(0), std::string(kStep, 'r')))
         return 1;
-    HANDLE file = Open(args.at(0), readOnly ? GENERIC_READ : kReadWrite, OPEN_ALWAYS);
+    HANDLE file = OpenShared(args.at(0), readOnly ? GENERIC_READ : kReadWrite, OPEN_ALWAYS);
     TDynamicMemoryMappedFile mapped;
     auto* base = static_cast<volatile char*>(
         mapped.Create(file, readOnly ? GENERIC_READ : kReadWrite, kMiB, kStep, kStep));
@@ -78,10 +74,10 @@ TEST_CHILD(UnresolvedFaultChild) {
 }
 
 TEST(UnresolvedFaults, GoToTheHandlerThatWasThereBefore) {
-    Dir dir;
+    TempDir dir;
     for (const char* what : {"guard", "read-only", "foreign"}) {
         SCOPED_TRACE(what);
-        const std::string path = dir / (std::string(what) + ".bin");
+        const std::string path = dir.file(std::string(what) + ".bin");
         EXPECT_EQ(testsupport::RunChild("UnresolvedFaultChild", {path, what}), kHandledBefore);
     }
 }
@@ -90,10 +86,8 @@ TEST(UnresolvedFaults, GoToTheHandlerThatWasThereBefore) {
 
 namespace {
 
-int g_injectedErrno = 0;
-
 int FailingFtruncate(int, off_t) {
-    errno = g_injectedErrno;
+    errno = ENOSPC;
     return -1;
 }
 
@@ -109,13 +103,12 @@ protected:
 
 } // namespace
 
-TEST_F(InjectedFailures, FileGrowthFailuresReachTheCallers) {
-    Dir dir;
-    HANDLE file = Open(dir / "full.bin", kReadWrite, CREATE_ALWAYS);
-    g_injectedErrno = ENOSPC;
+TEST_F(InjectedFailures, FileGrowthAndAddressSpaceFailuresReachTheCallers) {
+    TempDir dir;
+    HANDLE file = OpenShared(dir.file("full.bin"), kReadWrite, CREATE_ALWAYS);
     ASSERT_EQ(kelwin_set_syscall("ftruncate", reinterpret_cast<void*>(&FailingFtruncate)), 1);
-    EXPECT_EQ(CreateFileMappingA(file, nullptr, PAGE_READWRITE, 0, 4096, nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
+    EXPECT_EQ(LastErrorIf(!CreateFileMappingA(file, nullptr, PAGE_READWRITE, 0, 4096, nullptr)),
+              ERROR_DISK_FULL);
 
     // A mapped file that cannot grow raises code 1 on the calling thread and
     // keeps its range; it grows once the disk has room again.
@@ -127,64 +120,22 @@ TEST_F(InjectedFailures, FileGrowthFailuresReachTheCallers) {
     Raised raised = RaisedBy([&] { mapped.Set(100000, 'x', 1); });
     EXPECT_EQ(raised.origin, kDynamicOrigin);
     EXPECT_EQ(raised.code, 1);
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_RESERVE));
+    EXPECT_EQ(StateOf(base), MEM_RESERVE);
+    EXPECT_EQ(GetThreadPriority(GetCurrentThread()), THREAD_PRIORITY_NORMAL);
     kelwin_reset_syscalls();
     mapped.Set(100000, 'x', 1);
     EXPECT_EQ(base[100000], 'x');
     mapped.Close(0);
-    CloseHandle(file);
-}
 
-TEST_F(InjectedFailures, AddressSpaceFailuresReachTheCallers) {
-    Dir dir;
-    HANDLE file = Open(dir / "nospace.bin", kReadWrite, CREATE_ALWAYS);
+    // No address space: the reservation fails with code 0.
     ASSERT_EQ(kelwin_set_syscall("mmap", reinterpret_cast<void*>(&FailingMmap)), 1);
-    EXPECT_EQ(VirtualAlloc(nullptr, kStep, MEM_RESERVE, PAGE_NOACCESS), nullptr);
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
-    TDynamicMemoryMappedFile mapped;
-    Raised raised = RaisedBy([&] { mapped.Create(file, kReadWrite, kMiB, kStep, kStep); });
+    EXPECT_EQ(LastErrorIf(!VirtualAlloc(nullptr, kStep, MEM_RESERVE, PAGE_NOACCESS)),
+              ERROR_NOT_ENOUGH_MEMORY);
+    raised = RaisedBy([&] { mapped.Create(file, kReadWrite, kMiB, kStep, kStep); });
     EXPECT_EQ(raised.origin, kDynamicOrigin);
     EXPECT_EQ(raised.code, 0);
     kelwin_reset_syscalls();
     CloseHandle(file);
-}
-
-TEST(ReleasedAddressSpace, StaysHeldForTheLayerButIsFreeForWin32Callers) {
-    const SIZE_T half = 4 * kStep;
-    char* base = static_cast<char*>(VirtualAlloc(nullptr, 2 * half, MEM_RESERVE, PAGE_NOACCESS));
-    ASSERT_NE(base, nullptr);
-    ASSERT_TRUE(VirtualFree(base, 0, MEM_RELEASE));
-    EXPECT_EQ(Query(base).state, static_cast<DWORD>(MEM_FREE));
-    EXPECT_EQ(Query(base).size, 2 * half);
-    // Nothing else in the process can be placed there meanwhile...
-    EXPECT_EQ(
-        mmap(base, kStep, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0),
-        MAP_FAILED);
-    // ...while Win32 callers place allocations there, leaving the rest free.
-    char* low = static_cast<char*>(VirtualAlloc(base, half, MEM_RESERVE, PAGE_NOACCESS));
-    char* high = static_cast<char*>(
-        VirtualAlloc(base + half + kStep, half - kStep, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-    ASSERT_EQ(low, base);
-    ASSERT_EQ(high, base + half + kStep);
-    high[half - kStep - 1] = 1;
-    EXPECT_EQ(Query(base + half).state, static_cast<DWORD>(MEM_FREE));
-    EXPECT_EQ(Query(base + half).size, kStep);
-
-    // Released space is handed back to the system when 64 newer pieces are
-    // kept: release `high` first and `low` last, with 63 others between.
-    std::vector<void*> others;
-    for (int i = 0; i < 63; ++i)
-        others.push_back(VirtualAlloc(nullptr, kStep, MEM_RESERVE, PAGE_NOACCESS));
-    ASSERT_TRUE(VirtualFree(high, 0, MEM_RELEASE));
-    for (void* other : others)
-        ASSERT_TRUE(VirtualFree(other, 0, MEM_RELEASE));
-    ASSERT_TRUE(VirtualFree(low, 0, MEM_RELEASE));
-    // The upper half is now unused address space next to the released lower
-    // half; one allocation spans both.
-    char* whole = static_cast<char*>(VirtualAlloc(base, 2 * half, MEM_RESERVE, PAGE_NOACCESS));
-    EXPECT_EQ(whole, base);
-    EXPECT_EQ(Query(base).size, 2 * half);
-    EXPECT_TRUE(VirtualFree(whole, 0, MEM_RELEASE));
 }
 
 #endif
