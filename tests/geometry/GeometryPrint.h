@@ -23,9 +23,4 @@ inline std::ostream& operator<<(std::ostream& out, const TFraction& f) {
     return out << f.Numerator() << "/" << f.Denominator();
 }
 
-inline std::ostream& operator<<(std::ostream& out, const TOrientation& o) {
-    return out << "orient " << o.Orient() << " (rotate " << o.Rotate() << ", mirror " << o.Mirror()
-               << ")";
-}
-
 #endif

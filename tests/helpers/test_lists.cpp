@@ -5,23 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
 
-template <class T> std::vector<T> Forward(const TObjList<T>& list) {
+template <class T> std::vector<T> Values(const TObjList<T>& list, bool backward = false) {
     std::vector<T> values;
-    for (void* pos = list.GetHeadPosition(); pos;)
-        values.push_back(list.GetNext(pos));
+    for (void* pos = backward ? list.GetTailPosition() : list.GetHeadPosition(); pos;)
+        values.push_back(backward ? list.GetPrev(pos) : list.GetNext(pos));
     return values;
 }
 
-template <class T> std::vector<T> Backward(const TObjList<T>& list) {
-    std::vector<T> values;
-    for (void* pos = list.GetTailPosition(); pos;)
-        values.push_back(list.GetPrev(pos));
-    return values;
-}
+typedef std::vector<std::string> Strings;
 
 // Counts the live objects, so that every construction is seen to be matched
 // by exactly one destruction.
@@ -37,38 +33,29 @@ struct Counted {
 };
 int Counted::alive = 0;
 
-TEST(ObjList, AddsAtBothEndsAndWalksBothWays) {
-    TObjList<int> list;
-    EXPECT_EQ(1u, list.IsEmpty());
-    list.AddTail(2);
-    list.AddTail(3);
-    list.AddHead(1);
-    EXPECT_EQ(3UL, list.GetCount());
-    EXPECT_EQ((std::vector<int>{1, 2, 3}), Forward(list));
-    EXPECT_EQ((std::vector<int>{3, 2, 1}), Backward(list));
-    EXPECT_EQ(1, list.GetHead());
-    EXPECT_EQ(3, list.GetTail());
-}
-
 TEST(ObjList, InsertRemoveAndFind) {
     TObjList<std::string> list;
+    EXPECT_EQ(1u, list.IsEmpty());
     void* b = list.AddTail("b");
     list.InsertBefore(b, "a");
     void* c = list.InsertAfter(b, "c");
     list.InsertAfter(c, "d");
     list.InsertBefore(nullptr, "head");
     list.InsertAfter(nullptr, "tail");
-    EXPECT_EQ((std::vector<std::string>{"head", "a", "b", "c", "d", "tail"}), Forward(list));
+    list.AddHead("first");
+    EXPECT_EQ(7UL, list.GetCount());
+    EXPECT_EQ((Strings{"first", "head", "a", "b", "c", "d", "tail"}), Values(list));
+    EXPECT_EQ("tail", list.GetTail());
 
     list.RemoveAt(c);
+    EXPECT_EQ("first", list.RemoveHead());
     list.RemoveAt(list.GetHeadPosition());
-    list.RemoveAt(list.GetTailPosition());
-    EXPECT_EQ((std::vector<std::string>{"a", "b", "d"}), Forward(list));
-    EXPECT_EQ((std::vector<std::string>{"d", "b", "a"}), Backward(list));
+    EXPECT_EQ("tail", list.RemoveTail());
+    EXPECT_EQ((Strings{"a", "b", "d"}), Values(list));
+    EXPECT_EQ((Strings{"d", "b", "a"}), Values(list, true));
 
     list.AddTail("b");
     void* first = list.Find("b");
-    ASSERT_NE(nullptr, first);
     EXPECT_EQ(b, first);
     void* second = list.Find("b", first);
     ASSERT_NE(nullptr, second);
@@ -80,17 +67,9 @@ TEST(ObjList, InsertRemoveAndFind) {
     EXPECT_EQ(nullptr, list.FindIndex(4));
     list.SetAt(list.FindIndex(0), "A");
     EXPECT_EQ("A", list.GetHead());
-}
 
-TEST(ObjList, RemoveHeadAndTailGiveTheValues) {
-    TObjList<std::string> list;
-    list.AddTail("one");
-    list.AddTail("two");
-    list.AddTail("three");
-    EXPECT_EQ("one", list.RemoveHead());
-    EXPECT_EQ("three", list.RemoveTail());
-    EXPECT_EQ("two", list.RemoveTail());
-    EXPECT_EQ(0UL, list.GetCount());
+    while (list.GetCount())
+        list.RemoveTail();
     EXPECT_EQ(nullptr, list.GetHeadPosition());
     EXPECT_EQ(nullptr, list.GetTailPosition());
     EXPECT_EQ("", list.RemoveHead()); // empty: a default value
@@ -149,12 +128,12 @@ TEST(ObjList, CopiesAreIndependent) {
     TObjList<std::string> copy(list);
     copy.AddTail("z");
     copy.GetHead() = "changed";
-    EXPECT_EQ((std::vector<std::string>{"x", "y"}), Forward(list));
-    EXPECT_EQ((std::vector<std::string>{"changed", "y", "z"}), Forward(copy));
+    EXPECT_EQ((Strings{"x", "y"}), Values(list));
+    EXPECT_EQ((Strings{"changed", "y", "z"}), Values(copy));
     EXPECT_NE(list.GetHeadPosition(), copy.GetHeadPosition());
 
     list = copy;
-    EXPECT_EQ(Forward(copy), Forward(list));
+    EXPECT_EQ(Values(copy), Values(list));
     TObjList<std::string>& self = list;
     list = self;
     EXPECT_EQ(3UL, list.GetCount());
@@ -163,7 +142,7 @@ TEST(ObjList, CopiesAreIndependent) {
     EXPECT_EQ(3UL, moved.GetCount());
     EXPECT_EQ(0UL, copy.GetCount());
     copy = std::move(moved);
-    EXPECT_EQ((std::vector<std::string>{"changed", "y", "z"}), Forward(copy));
+    EXPECT_EQ((Strings{"changed", "y", "z"}), Values(copy));
 }
 
 // Positions that name no node are the caller's mistake; they are answered
@@ -182,70 +161,55 @@ TEST(ObjList, NullPositionsAreHarmless) {
     EXPECT_EQ(0UL, list.GetCount());
 }
 
-TEST(PtrList, HoldsPointersWithoutOwningThem) {
-    Counted a(1), b(2);
-    TPtrList<Counted*> list;
-    list.AddTail(&a);
-    list.AddTail(&b);
-    EXPECT_EQ(&b, list.GetTail());
-    EXPECT_EQ(list.GetHeadPosition(), list.Find(&a));
-    list.RemoveAll();
-    EXPECT_EQ(2, Counted::alive);
-
-    // Both spellings give a list of Counted*.
-    TPtrList<Counted> same;
-    same.AddTail(&a);
-    static_assert(std::is_same<decltype(same)::TPointer, Counted*>::value, "list of pointers");
+TEST(PtrList, HoldsPointersAndDeletesOnlyWhenAsked) {
+    static_assert(std::is_same<TPtrList<Counted>::TPointer, Counted*>::value, "list of pointers");
     static_assert(std::is_same<TPtrList<Counted*>::TPointer, Counted*>::value, "list of pointers");
-}
-
-TEST(PtrList, DeleteAllDeletesTheObjects) {
     {
-        TPtrList<Counted*> owned;
-        for (int i = 0; i < 12; ++i)
-            owned.AddTail(new Counted(i));
-        EXPECT_EQ(12, Counted::alive);
-        owned.DeleteAll();
-        EXPECT_EQ(0UL, owned.GetCount());
+        Counted a(1), b(2);
+        TPtrList<Counted> list;
+        list.AddTail(&a);
+        list.AddTail(&b);
+        EXPECT_EQ(&b, list.GetTail());
+        EXPECT_EQ(list.GetHeadPosition(), list.Find(&a));
+        list.RemoveAll();
+        EXPECT_EQ(2, Counted::alive);
     }
+    TPtrList<Counted*> owned;
+    for (int i = 0; i < 12; ++i)
+        owned.AddTail(new Counted(i));
+    EXPECT_EQ(12, Counted::alive);
+    owned.DeleteAll();
+    EXPECT_EQ(0UL, owned.GetCount());
     EXPECT_EQ(0, Counted::alive);
 }
 
-TEST(SmartPtr, DeletesWhenReplacedOrDestroyed) {
+TEST(SmartPtr, OwnsOneObject) {
     {
         TSmartPtr<Counted> p(new Counted(1));
         EXPECT_EQ(1, p->value);
-        EXPECT_EQ(1, (*p).value);
         p = new Counted(2);
         EXPECT_EQ(1, Counted::alive);
-        EXPECT_EQ(2, p.Get()->value);
+        EXPECT_EQ(2, (*p).value);
         Counted* same = p;
         p = same; // the same object: kept, not deleted
         EXPECT_EQ(1, Counted::alive);
-        EXPECT_EQ(2, p->value);
+        EXPECT_EQ(2, p.Get()->value);
+
+        TSmartPtr<Counted> q(std::move(p));
+        EXPECT_EQ(1u, p.IsNull());
+        EXPECT_FALSE(p);
+        EXPECT_EQ(2, q->value);
+        p = std::move(q);
+        EXPECT_TRUE(p);
+        Counted* raw = p.Release();
+        EXPECT_EQ(1u, p.IsNull());
+        EXPECT_EQ(1, Counted::alive);
+        delete raw;
+        p.Reset(new Counted(4));
+        p.Reset();
+        EXPECT_EQ(0, Counted::alive);
+        p.Reset(new Counted(5)); // deleted with p
     }
-    EXPECT_EQ(0, Counted::alive);
-}
-
-TEST(SmartPtr, ReleaseMoveAndNull) {
-    TSmartPtr<Counted> empty;
-    EXPECT_EQ(1u, empty.IsNull());
-    EXPECT_FALSE(empty);
-
-    TSmartPtr<Counted> p(new Counted(3));
-    EXPECT_TRUE(p);
-    TSmartPtr<Counted> q(std::move(p));
-    EXPECT_EQ(1u, p.IsNull());
-    EXPECT_EQ(3, q->value);
-    p = std::move(q);
-    EXPECT_EQ(3, p->value);
-
-    Counted* raw = p.Release();
-    EXPECT_EQ(1u, p.IsNull());
-    EXPECT_EQ(1, Counted::alive);
-    delete raw;
-    p.Reset(new Counted(4));
-    p.Reset();
     EXPECT_EQ(0, Counted::alive);
 }
 

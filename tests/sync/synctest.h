@@ -21,6 +21,18 @@ inline std::string UniqueName(const char* label) {
 // ends the test instead of hanging it.
 constexpr DWORD kHandshakeMs = 30000;
 
+// A last-error value no call under test sets, so that a call which leaves the
+// last error alone is noticed.
+constexpr DWORD kUntouchedError = 0x2BAD;
+
 } // namespace synctest
+
+// Expects `call` to give `result` and to leave `error` as the last error.
+#define EXPECT_RESULT_AND_ERROR(call, result, error)                                               \
+    do {                                                                                           \
+        SetLastError(synctest::kUntouchedError);                                                   \
+        EXPECT_EQ(call, result);                                                                   \
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(error));                                      \
+    } while (0)
 
 #endif

@@ -36,21 +36,6 @@ protected:
     }
 };
 
-int ShmOpenDenied(const char*, int, mode_t) {
-    errno = EACCES;
-    return -1;
-}
-
-int FallocateNoSpace(int, int, off_t, off_t) {
-    errno = ENOSPC;
-    return -1;
-}
-
-void* MmapNoMemory(void*, size_t, int, int, int, off_t) {
-    errno = ENOMEM;
-    return MAP_FAILED;
-}
-
 long SyscallMissing(long, ...) {
     errno = ENOSYS;
     return -1;
@@ -58,25 +43,29 @@ long SyscallMissing(long, ...) {
 
 TEST_F(LayerFaults, NamedCreationReportsTheSystemFailure) {
     const std::string name = UniqueName("fault");
-    Fail("shm_open", &ShmOpenDenied);
-    EXPECT_EQ(CreateEventA(nullptr, TRUE, FALSE, name.c_str()), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    // Each fake sets errno and fails as the system call would.
+    auto denied = [](const char*, int, mode_t) { return errno = EACCES, -1; };
+    Fail("shm_open", +denied);
+    EXPECT_RESULT_AND_ERROR(CreateEventA(nullptr, TRUE, FALSE, name.c_str()), nullptr,
+                            ERROR_ACCESS_DENIED);
+    EXPECT_RESULT_AND_ERROR(OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()), nullptr,
+                            ERROR_ACCESS_DENIED);
     // Unnamed objects need no shared memory.
     HANDLE unnamed = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     EXPECT_NE(unnamed, nullptr);
     CloseHandle(unnamed);
     kelwin_reset_syscalls();
 
-    Fail("fallocate", &FallocateNoSpace);
-    EXPECT_EQ(CreateSemaphoreA(nullptr, 0, 1, name.c_str()), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
+    auto noSpace = [](int, int, off_t, off_t) { return errno = ENOSPC, -1; };
+    Fail("fallocate", +noSpace);
+    EXPECT_RESULT_AND_ERROR(CreateSemaphoreA(nullptr, 0, 1, name.c_str()), nullptr,
+                            ERROR_DISK_FULL);
     kelwin_reset_syscalls();
 
-    Fail("mmap", &MmapNoMemory);
-    EXPECT_EQ(CreateMutexA(nullptr, FALSE, name.c_str()), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
+    auto noMemory = [](void*, size_t, int, int, int, off_t) { return errno = ENOMEM, MAP_FAILED; };
+    Fail("mmap", +noMemory);
+    EXPECT_RESULT_AND_ERROR(CreateMutexA(nullptr, FALSE, name.c_str()), nullptr,
+                            ERROR_NOT_ENOUGH_MEMORY);
     kelwin_reset_syscalls();
 
     // No half-made segment was left behind.
@@ -90,10 +79,10 @@ TEST_F(LayerFaults, FailingSleepEndsTheWaitInsteadOfSpinning) {
     HANDLE other = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     const HANDLE both[] = {event, other};
     Fail("syscall", &SyscallMissing);
-    EXPECT_EQ(WaitForSingleObject(event, INFINITE), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), ERROR_CALL_NOT_IMPLEMENTED);
-    EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, INFINITE), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), ERROR_CALL_NOT_IMPLEMENTED);
+    EXPECT_RESULT_AND_ERROR(WaitForSingleObject(event, INFINITE), WAIT_FAILED,
+                            ERROR_CALL_NOT_IMPLEMENTED);
+    EXPECT_RESULT_AND_ERROR(WaitForMultipleObjects(2, both, FALSE, INFINITE), WAIT_FAILED,
+                            ERROR_CALL_NOT_IMPLEMENTED);
     // What needs no sleep still works.
     EXPECT_TRUE(SetEvent(other));
     EXPECT_EQ(WaitForMultipleObjects(2, both, FALSE, INFINITE), WAIT_OBJECT_0 + 1);
@@ -115,8 +104,8 @@ TEST_F(LayerFaults, SegmentOfAnIncompatibleBuildIsRefused) {
     const std::uint32_t foreignLayout = 0x12345678;
     ASSERT_EQ(pwrite(fd, &foreignLayout, sizeof foreignLayout, 0), 4);
     close(fd);
-    EXPECT_EQ(CreateEventA(nullptr, TRUE, FALSE, name.c_str()), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_RESULT_AND_ERROR(CreateEventA(nullptr, TRUE, FALSE, name.c_str()), nullptr,
+                            ERROR_INVALID_HANDLE);
     shm_unlink(SegmentOf(name).c_str());
 }
 

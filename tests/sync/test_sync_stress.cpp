@@ -71,34 +71,35 @@ TEST(Stress, KCSyncKeepsReadersAndWritersApart) {
     EXPECT_EQ(first, second);
 }
 
+// Producers release semaphores while the consumer waits on all of them and a
+// stop event: every unit ends exactly one wait, none is lost.
 TEST(Stress, WaitOnSeveralObjectsMissesNoSignal) {
     constexpr int kProducers = 4;
+    constexpr int kUnits = kRounds / 4;
     KELMO::KCEvent stop;
     std::vector<HANDLE> handles{stop.Handle()};
-    for (int p = 0; p < kProducers; ++p)
-        handles.push_back(CreateSemaphoreA(nullptr, 0, kRounds, nullptr));
     std::vector<std::thread> producers;
-    for (int p = 0; p < kProducers; ++p)
-        producers.emplace_back([&, p] {
-            for (int i = 0; i < kRounds / 4; ++i)
-                ReleaseSemaphore(handles[p + 1], 1, nullptr);
+    for (int p = 1; p <= kProducers; ++p) {
+        handles.push_back(CreateSemaphoreA(nullptr, 0, kUnits, nullptr));
+        producers.emplace_back([h = handles.back()] {
+            for (int i = 0; i < kUnits; ++i)
+                ReleaseSemaphore(h, 1, nullptr);
         });
-    int received = 0;
-    while (received < kProducers * (kRounds / 4)) {
-        const DWORD result = WaitForMultipleObjects(static_cast<DWORD>(handles.size()),
-                                                    handles.data(), FALSE, synctest::kHandshakeMs);
+    }
+    const DWORD count = static_cast<DWORD>(handles.size());
+    for (int received = 0; received < kProducers * kUnits; ++received) {
+        const DWORD result =
+            WaitForMultipleObjects(count, handles.data(), FALSE, synctest::kHandshakeMs);
         if (result < WAIT_OBJECT_0 + 1 || result > WAIT_OBJECT_0 + kProducers) {
             ADD_FAILURE() << "wait ended with " << result << " after " << received << " units";
             break;
         }
-        ++received;
     }
     for (auto& t : producers)
         t.join();
-    EXPECT_EQ(WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), FALSE, 0),
-              WAIT_TIMEOUT);
-    for (int p = 0; p < kProducers; ++p)
-        CloseHandle(handles[p + 1]);
+    EXPECT_EQ(WaitForMultipleObjects(count, handles.data(), FALSE, 0), WAIT_TIMEOUT);
+    for (int p = 1; p <= kProducers; ++p)
+        CloseHandle(handles[p]);
 }
 
 } // namespace
