@@ -537,7 +537,7 @@ long TDynamicMemoryMappedFile::ExceptionFilter(struct _EXCEPTION_POINTERS* info)
 void TDynamicMemoryMappedFile::AdjustRegion(unsigned long n) {
     LiveRange* range = RangeOf(m_nRange, m_nGeneration);
     if (!range) {
-        Raise(kWrongAddress);
+        Raise(kBadAccess); // a closed or released object: nothing to map
         return;
     }
     Failure failure = kNone;
@@ -561,7 +561,7 @@ void TDynamicMemoryMappedFile::ClearRegion() {
 void TDynamicMemoryMappedFile::ConstructRegion(unsigned long n) {
     LiveRange* range = RangeOf(m_nRange, m_nGeneration);
     if (!range) {
-        Raise(kWrongAddress);
+        Raise(kBadAccess); // a closed or released object: nothing to map
         return;
     }
     Failure failure = kNone;

@@ -178,7 +178,9 @@ unsigned int TMemReadFile::GetUnicodeLine(TString& line) {
     if (!m_pBuffer || m_nPosition >= m_nSize)
         return 0;
     const DWORD start = m_nPosition;
-    const DWORD units = (m_nSize - start) / 2; // a last odd byte is no unit
+    // Every unit that starts below the size counts, so the unit SetEndOfFile
+    // keeps (size = position + 1) is read whole.
+    const DWORD units = (m_nSize - start + 1) / 2;
     const LineEnd end = FindLineEnd(units, [&](DWORD i) { return UnitAt(start + 2 * i); });
     if (!end.found)
         return 0;

@@ -2,6 +2,8 @@
 // lookup, which read the same line the same way.
 #include "MessageFileFormat.h"
 
+#include "TString.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -19,30 +21,11 @@ const char* SkipBlanks(const char* p, const char* end) {
 }
 
 // A code as the string class's Value reads it: base 16 when the text holds
-// "0x" (conversion then starts after it), else base 10; success when
-// anything was read from the start and the value did not overflow.
+// "0x" anywhere (Value then starts two characters after the beginning), else
+// base 10.
 bool ReadCode(const char* begin, const char* end, unsigned short& code) {
-    char digits[64];
-    const std::size_t length = static_cast<std::size_t>(end - begin);
-    if (length == 0 || length >= sizeof digits)
-        return false;
-    std::memcpy(digits, begin, length);
-    digits[length] = '\0';
-    const char* prefix = std::strstr(digits, "0x");
-    const int base = prefix ? 16 : 10;
-    const char* start = prefix ? prefix + 2 : digits;
-    const int savedErrno = errno;
-    errno = 0;
-    char* stop = nullptr;
-    const unsigned long long value = std::strtoull(start, &stop, base);
-    // A 32-bit unsigned long overflows beyond 0xFFFFFFFF, also for a negated
-    // magnitude ("-4294967296"); what fits keeps its low bits either way.
-    const unsigned long long kMax32 = 0xFFFFFFFFull;
-    const bool fits32 = value <= kMax32 || value > ~kMax32;
-    const bool ok = errno != ERANGE && fits32 && stop != digits;
-    errno = savedErrno;
-    code = static_cast<unsigned short>(value & 0xFFFFu);
-    return ok;
+    const TString token(begin, static_cast<long>(end - begin));
+    return token.Value(code, token.Find(TString("0x")) >= 0 ? 16 : 10, nullptr) != 0;
 }
 
 MessageLine SectionLine(const char* p, const char* end) {

@@ -54,13 +54,10 @@ const StartupTexts kEnglishTexts = {
     "Message file %s not found!",
 };
 
+// Only these two texts exist in German; the copy box speaks English always.
 const StartupTexts kGermanTexts = {
-    "Fehlersystem",
-    "Meldungsdatei %s nicht gefunden, %s wird verwendet.\nOK kopiert %s nach %s, damit diese "
-    "Meldung nicht wieder erscheint.",
-    "Die Meldungsdatei konnte nicht kopiert werden.",
-    "Initialisierung Fehlersystem",
-    "Message Datei %s nicht gefunden!",
+    kEnglishTexts.copyCaption,      kEnglishTexts.copyQuestion,         kEnglishTexts.copyFailed,
+    "Initialisierung Fehlersystem", "Message Datei %s nicht gefunden!",
 };
 
 const StartupTexts& StartupTextsFor(TLanguage language) {
@@ -567,10 +564,6 @@ const TMessageSystem::CachedText* TMessageSystem::FindText(unsigned short origin
 
 TString TMessageSystem::GetMessage(unsigned short origin, unsigned short code, const TString& p1,
                                    const TString& p2, const TString& p3) {
-    if (origin == kSystemOrigin) {
-        TString text;
-        return SystemText(code, text) ? text : NotFoundText(origin, code, p1, p2, p3);
-    }
     if (origin == kPassThroughOrigin && code == kPassThroughCode)
         return p1;
     MacroContext context{{&p1, &p2, &p3}, LANG_ENGLISH, m_oemTexts.load()};
@@ -578,18 +571,24 @@ TString TMessageSystem::GetMessage(unsigned short origin, unsigned short code, c
     std::string raw;
     {
         std::lock_guard<std::recursive_mutex> guard(m_lock);
-        const CachedText* text = FindText(origin, code);
-        if (!text)
-            return NotFoundText(origin, code, p1, p2, p3);
         context.language = m_language;
-        if (!text->needsOem) {
+        const CachedText* text = origin == kSystemOrigin ? nullptr : FindText(origin, code);
+        if (text && !text->needsOem) {
             expanded.reserve(text->text.size() + p1.GetLength() + p2.GetLength() + p3.GetLength());
             ExpandMacros(text->text.data(), text->text.size(), context, expanded);
             return ToTString(expanded);
         }
-        raw = text->text;
+        if (text)
+            raw = text->text;
     }
-    // The OEM text provider may ask the catalogue for texts itself.
+    if (raw.empty()) {
+        // The system's text and the not-found text go through the macros too.
+        TString text;
+        if (origin != kSystemOrigin || !SystemText(code, text))
+            text = NotFoundText(origin, code, p1, p2, p3);
+        raw.assign(static_cast<const char*>(text), static_cast<std::size_t>(text.GetLength()));
+    }
+    // The OEM text provider may ask the catalogue for texts itself: no lock here.
     ExpandMacros(raw.data(), raw.size(), context, expanded);
     return ToTString(expanded);
 }

@@ -126,6 +126,9 @@ TEST_F(CatalogueTest, TextsComeFromTheMessageFileWithArgumentsAndMacros) {
     EXPECT_EQ(Str(GetMessage(0x3FF, 0xBEEF, "a", "b", "c")),
               "no message for 0x3FF:0xBEEF (\"a\",\"b\",\"c\")");
     EXPECT_EQ(Str(GetMessage(0xFFFF, 1)), "no message for 0xFFFF:0x1 (\"\",\"\",\"\")");
+    // The not-found text goes through the macros like any other text.
+    EXPECT_EQ(Str(GetMessage(0x3FF, 0xBEEF, "a[nl]b")),
+              "no message for 0x3FF:0xBEEF (\"a\nb\",\"\",\"\")");
 }
 
 TEST(GetMessage, OriginOneIsTheSystemTextWithoutLineEnd) {

@@ -40,6 +40,7 @@ TEST(MessageLine, KindsCodesAndTexts) {
         {"0x1F \"x\"", "31:x"},
         {"0X1F \"x\"", "0:x"},
         {"0x \"x\"", "0:x"},
+        {"10x5 \"x\"", "0:x"}, // "0x" anywhere: conversion starts at the third character
         {"12ab \"x\"", "12:x"},
         {"70000 \"x\"", "4464:x"},
         {"-1 \"x\"", "65535:x"},

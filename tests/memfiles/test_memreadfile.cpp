@@ -84,10 +84,17 @@ TEST(MemReadFile, LineRulesInBytesAndInUtf16Units) {
         EXPECT_EQ(unicode.ReadLines(true), c.lines);
         EXPECT_EQ(unicode->Pos(), 2 * c.end);
     }
-    // A byte-order mark is content: callers seek past it. A last odd byte is no unit.
+    // A byte-order mark is content: callers seek past it. A unit that starts
+    // below the size counts, also a last odd byte.
     MemFile marked(std::string("\xFF\xFE", 2) + Utf16("x\xE9y\r\n") + "\x01");
     marked->Seek(2, FILE_BEGIN);
-    EXPECT_EQ(marked.ReadLines(true), (Lines{"x\xE9y"}));
+    EXPECT_EQ(marked.ReadLines(true), (Lines{"x\xE9y", "\x01"}));
+    // SetEndOfFile keeps the unit at the position.
+    MemFile cut(Utf16("abc"));
+    cut->Seek(2, FILE_BEGIN);
+    cut->SetEndOfFile();
+    cut->Start();
+    EXPECT_EQ(cut.ReadLines(true), (Lines{"ab"}));
 }
 
 TEST(MemReadFile, TheEndIsTheLastByteForEndeSeekAndSetEndOfFile) {
