@@ -342,6 +342,26 @@ LONG CALLBACK OnAccessViolation(PEXCEPTION_POINTERS info) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
+// The ways a live range's mappings are set up for `n` bytes.
+using RangeBuilder = Failure (*)(LiveRange& range, std::uint64_t n);
+
+// Sets a live range up for `n` bytes with `build`, under the rebuild lock.
+Failure BuildLocked(LiveRange& range, RangeBuilder build, std::uint64_t n) {
+    RebuildLock lock;
+    return build(range, n);
+}
+
+// Sets an object's live range up for `n` bytes with `build` and hands back
+// the mapping object it leaves. A closed or released object (no range) has
+// nothing to map.
+Failure MapRange(LiveRange* range, RangeBuilder build, std::uint64_t n, HANDLE& mapping) {
+    if (!range)
+        return kBadAccess;
+    const Failure failure = BuildLocked(*range, build, n);
+    mapping = range->mapping.load(std::memory_order_relaxed);
+    return failure;
+}
+
 // Added with the first mapping, first in the chain; removed when the library
 // is unloaded, so that no handler is left pointing into unloaded code.
 class FaultHandler {
@@ -466,11 +486,7 @@ void* TDynamicMemoryMappedFile::Create(void* file, unsigned long access, unsigne
     range->mapped.store(0, std::memory_order_relaxed);
     EnsureFaultHandler();
 
-    Failure failure = kNone;
-    {
-        RebuildLock lock;
-        failure = RebuildRange(*range, GetFileSize(file, nullptr));
-    }
+    const Failure failure = BuildLocked(*range, RebuildRange, GetFileSize(file, nullptr));
     if (failure != kNone) {
         ReleaseRange(*range);
         Raise(failure);
@@ -535,17 +551,8 @@ long TDynamicMemoryMappedFile::ExceptionFilter(struct _EXCEPTION_POINTERS* info)
 }
 
 void TDynamicMemoryMappedFile::AdjustRegion(unsigned long n) {
-    LiveRange* range = RangeOf(m_nRange, m_nGeneration);
-    if (!range) {
-        Raise(kBadAccess); // a closed or released object: nothing to map
-        return;
-    }
-    Failure failure = kNone;
-    {
-        RebuildLock lock;
-        failure = RebuildRange(*range, static_cast<DWORD>(n));
-    }
-    m_hMapping = range->mapping.load(std::memory_order_relaxed);
+    const Failure failure =
+        MapRange(RangeOf(m_nRange, m_nGeneration), RebuildRange, static_cast<DWORD>(n), m_hMapping);
     if (failure != kNone)
         Raise(failure);
 }
@@ -559,17 +566,8 @@ void TDynamicMemoryMappedFile::ClearRegion() {
 }
 
 void TDynamicMemoryMappedFile::ConstructRegion(unsigned long n) {
-    LiveRange* range = RangeOf(m_nRange, m_nGeneration);
-    if (!range) {
-        Raise(kBadAccess); // a closed or released object: nothing to map
-        return;
-    }
-    Failure failure = kNone;
-    {
-        RebuildLock lock;
-        failure = ConstructRange(*range, static_cast<DWORD>(n));
-    }
-    m_hMapping = range->mapping.load(std::memory_order_relaxed);
+    const Failure failure = MapRange(RangeOf(m_nRange, m_nGeneration), ConstructRange,
+                                     static_cast<DWORD>(n), m_hMapping);
     if (failure != kNone)
         Raise(failure);
 }

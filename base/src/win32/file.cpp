@@ -90,27 +90,17 @@ unsigned rights_of(DWORD access) {
     return rights;
 }
 
-HANDLE fail_handle(DWORD code) {
-    fail(code);
-    return INVALID_HANDLE_VALUE;
-}
-
-HANDLE fail_handle_errno(int err) {
-    fail_errno(err);
-    return INVALID_HANDLE_VALUE;
-}
-
 // A directory opens only with FILE_FLAG_BACKUP_SEMANTICS and only to be
 // looked at, as on Windows.
 HANDLE open_directory(const HostPath& path, DWORD disposition, DWORD flags) {
     if (disposition == CREATE_NEW)
-        return fail_handle(ERROR_FILE_EXISTS);
+        return fail_with(ERROR_FILE_EXISTS, INVALID_HANDLE_VALUE);
     if (!(flags & FILE_FLAG_BACKUP_SEMANTICS) || disposition == CREATE_ALWAYS ||
         disposition == TRUNCATE_EXISTING)
-        return fail_handle(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);
     int fd = sys_open(path.host.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0)
-        return fail_handle_errno(errno);
+        return fail_errno_with(errno, INVALID_HANDLE_VALUE);
     auto file = std::make_shared<OpenFile>();
     file->fd = fd;
     file->isDirectory = true;
@@ -142,10 +132,9 @@ int open_host_file(const HostPath& path, DWORD disposition, int accessMode, bool
             created = true;
             return fd;
         }
-        if (errno != EEXIST || disposition == CREATE_NEW) {
-            fail(errno == EEXIST ? ERROR_FILE_EXISTS : kelwin_error_from_errno(errno));
-            return -1;
-        }
+        if (errno != EEXIST || disposition == CREATE_NEW)
+            return fail_with(errno == EEXIST ? ERROR_FILE_EXISTS : kelwin_error_from_errno(errno),
+                             -1);
     }
     int fd = sys_open(path.host.c_str(), flags);
     if (fd < 0 && errno == EACCES && metadataOnly && accessMode == O_RDONLY)
@@ -164,16 +153,6 @@ int share_record_fd(int fd, int accessMode) {
     return sys_open(self.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
 }
 
-BOOL fail_bool(DWORD code) {
-    fail(code);
-    return FALSE;
-}
-
-BOOL fail_bool_errno(int err) {
-    fail_errno(err);
-    return FALSE;
-}
-
 // Reads until count bytes, the end of the file or an error.
 bool read_all(const OpenFile& file, char* buffer, DWORD count, const std::int64_t* offset,
               DWORD& done) {
@@ -183,10 +162,8 @@ bool read_all(const OpenFile& file, char* buffer, DWORD count, const std::int64_
                            : sys_read(file.fd, buffer + done, count - done);
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0) {
-            fail_errno(errno);
-            return false;
-        }
+        if (n < 0)
+            return fail_errno_with(errno, false);
         if (n == 0)
             break;
         done += static_cast<DWORD>(n);
@@ -202,10 +179,8 @@ bool write_all(const OpenFile& file, const char* buffer, DWORD count, const std:
                            : sys_write(file.fd, buffer + done, count - done);
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0) {
-            fail_errno(errno);
-            return false;
-        }
+        if (n < 0)
+            return fail_errno_with(errno, false);
         done += static_cast<DWORD>(n);
     }
     return true;
@@ -242,20 +217,16 @@ bool file_handle_access(HANDLE handle, FileAccess& access) {
     std::size_t slot = 0;
     if (mirror_slot(handle, slot)) {
         const std::uint64_t word = g_accessMirror[slot].load(std::memory_order_acquire);
-        if (word == 0) {
-            fail(ERROR_INVALID_HANDLE);
-            return false;
-        }
+        if (word == 0)
+            return fail_with(ERROR_INVALID_HANDLE, false);
         access.fd = static_cast<int>(static_cast<std::uint32_t>(word)) - 1;
         access.canRead = word & kMirrorRead;
         access.canWrite = word & kMirrorWrite;
         access.isDirectory = word & kMirrorDirectory;
         return true;
     }
-    if (in_fault_handler()) {
-        fail(ERROR_INVALID_HANDLE);
-        return false;
-    }
+    if (in_fault_handler())
+        return fail_with(ERROR_INVALID_HANDLE, false);
     auto file = file_handle_get(handle);
     if (!file)
         return false;
@@ -282,36 +253,36 @@ HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
                    HANDLE) {
     const DWORD disposition = dwCreationDisposition;
     if (disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING)
-        return fail_handle(ERROR_INVALID_PARAMETER);
+        return fail_with(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
     HostPath path;
     if (!resolve_path(lpFileName, path))
         return INVALID_HANDLE_VALUE;
     if (!path.parentFound)
-        return fail_handle(ERROR_PATH_NOT_FOUND);
+        return fail_with(ERROR_PATH_NOT_FOUND, INVALID_HANDLE_VALUE);
     struct stat st {};
     const bool exists = sys_stat(path.host.c_str(), &st) == 0;
     if (!exists && errno != ENOENT)
-        return fail_handle_errno(errno);
+        return fail_errno_with(errno, INVALID_HANDLE_VALUE);
     if (exists && S_ISDIR(st.st_mode))
         return open_directory(path, disposition, dwFlagsAndAttributes);
     if (path.trailingSeparator)
-        return fail_handle(ERROR_INVALID_NAME);
+        return fail_with(ERROR_INVALID_NAME, INVALID_HANDLE_VALUE);
     if (!exists && (disposition == OPEN_EXISTING || disposition == TRUNCATE_EXISTING))
-        return fail_handle(ERROR_FILE_NOT_FOUND);
+        return fail_with(ERROR_FILE_NOT_FOUND, INVALID_HANDLE_VALUE);
     if (exists && disposition == CREATE_NEW)
-        return fail_handle(ERROR_FILE_EXISTS);
+        return fail_with(ERROR_FILE_EXISTS, INVALID_HANDLE_VALUE);
 
     const bool truncates =
         exists && (disposition == TRUNCATE_EXISTING || disposition == CREATE_ALWAYS);
     if (truncates && st.st_size > 0 && file_is_mapped(st.st_dev, st.st_ino))
-        return fail_handle(ERROR_USER_MAPPED_FILE);
+        return fail_with(ERROR_USER_MAPPED_FILE, INVALID_HANDLE_VALUE);
 
     const unsigned rights = rights_of(dwDesiredAccess);
     const int accessMode = host_access_mode(rights, disposition);
     // Windows' read-only attribute refuses writing to everyone, the owner
     // and root included.
     if (exists && !(st.st_mode & S_IWUSR) && accessMode != O_RDONLY)
-        return fail_handle(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);
 
     const mode_t createMode = (dwFlagsAndAttributes & FILE_ATTRIBUTE_READONLY) ? 0444 : 0666;
     bool created = false;
@@ -330,7 +301,7 @@ HANDLE CreateFileA(LPCSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
     const bool truncate =
         disposition == TRUNCATE_EXISTING || (disposition == CREATE_ALWAYS && !created);
     if (truncate && sys_ftruncate(fd, 0) != 0)
-        return fail_handle_errno(errno);
+        return fail_errno_with(errno, INVALID_HANDLE_VALUE);
     HANDLE handle = file_handle_insert(std::move(file));
     const bool reportExisting =
         (disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS) && !created;
@@ -346,9 +317,9 @@ BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead,
     if (!file)
         return FALSE;
     if (file->isDirectory)
-        return fail_bool(ERROR_INVALID_FUNCTION);
+        return fail_with(ERROR_INVALID_FUNCTION, FALSE);
     if (!file->canRead)
-        return fail_bool(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, FALSE);
     std::int64_t offset = lpOverlapped ? overlapped_offset(*lpOverlapped) : 0;
     DWORD done = 0;
     const bool ok = read_all(*file, static_cast<char*>(lpBuffer), nNumberOfBytesToRead,
@@ -360,7 +331,7 @@ BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead,
     if (lpOverlapped) {
         move_pointer_after(*file, offset, done);
         if (done == 0 && nNumberOfBytesToRead > 0)
-            return fail_bool(ERROR_HANDLE_EOF);
+            return fail_with(ERROR_HANDLE_EOF, FALSE);
     }
     return TRUE;
 }
@@ -373,9 +344,9 @@ BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite,
     if (!file)
         return FALSE;
     if (file->isDirectory)
-        return fail_bool(ERROR_INVALID_FUNCTION);
+        return fail_with(ERROR_INVALID_FUNCTION, FALSE);
     if (!file->canWrite)
-        return fail_bool(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, FALSE);
     std::int64_t offset = lpOverlapped ? overlapped_offset(*lpOverlapped) : 0;
     DWORD done = 0;
     const bool ok = write_all(*file, static_cast<const char*>(lpBuffer), nNumberOfBytesToWrite,
@@ -407,27 +378,18 @@ DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveH
         struct stat st {};
         base = sys_fstat(file->fd, &st) == 0 ? st.st_size : -1;
     } else if (dwMoveMethod != FILE_BEGIN) {
-        fail(ERROR_INVALID_PARAMETER);
-        return INVALID_SET_FILE_POINTER;
+        return fail_with(ERROR_INVALID_PARAMETER, INVALID_SET_FILE_POINTER);
     }
-    if (base < 0) {
-        fail_errno(errno);
-        return INVALID_SET_FILE_POINTER;
-    }
+    if (base < 0)
+        return fail_errno_with(errno, INVALID_SET_FILE_POINTER);
     std::int64_t position = 0;
-    if (__builtin_add_overflow(base, distance, &position) || position < 0) {
-        fail(ERROR_NEGATIVE_SEEK);
-        return INVALID_SET_FILE_POINTER;
-    }
+    if (__builtin_add_overflow(base, distance, &position) || position < 0)
+        return fail_with(ERROR_NEGATIVE_SEEK, INVALID_SET_FILE_POINTER);
     // A caller that passes no high part cannot learn a position beyond 32 bits.
-    if (!lpDistanceToMoveHigh && position > 0xFFFFFFFFLL) {
-        fail(ERROR_INVALID_PARAMETER);
-        return INVALID_SET_FILE_POINTER;
-    }
-    if (sys_lseek(file->fd, position, SEEK_SET) < 0) {
-        fail_errno(errno);
-        return INVALID_SET_FILE_POINTER;
-    }
+    if (!lpDistanceToMoveHigh && position > 0xFFFFFFFFLL)
+        return fail_with(ERROR_INVALID_PARAMETER, INVALID_SET_FILE_POINTER);
+    if (sys_lseek(file->fd, position, SEEK_SET) < 0)
+        return fail_errno_with(errno, INVALID_SET_FILE_POINTER);
     if (lpDistanceToMoveHigh)
         *lpDistanceToMoveHigh = static_cast<LONG>(static_cast<std::uint64_t>(position) >> 32);
     // A position whose low part equals INVALID_SET_FILE_POINTER is told apart
@@ -442,10 +404,8 @@ DWORD GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh) {
     if (!file)
         return INVALID_FILE_SIZE;
     struct stat st {};
-    if (sys_fstat(file->fd, &st) != 0) {
-        fail_errno(errno);
-        return INVALID_FILE_SIZE;
-    }
+    if (sys_fstat(file->fd, &st) != 0)
+        return fail_errno_with(errno, INVALID_FILE_SIZE);
     const auto size = static_cast<std::uint64_t>(st.st_size);
     if (lpFileSizeHigh)
         *lpFileSizeHigh = static_cast<DWORD>(size >> 32);
@@ -459,18 +419,18 @@ BOOL SetEndOfFile(HANDLE hFile) {
     if (!file)
         return FALSE;
     if (!file->canWrite)
-        return fail_bool(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, FALSE);
     const off_t position = sys_lseek(file->fd, 0, SEEK_CUR);
     if (position < 0)
-        return fail_bool_errno(errno);
+        return fail_errno_with(errno, FALSE);
     // A file with a mapping object or a view cannot be made shorter, as on
     // Windows: the pages cut off would fault in the views.
     struct stat st {};
     if (sys_fstat(file->fd, &st) == 0 && position < st.st_size &&
         file_is_mapped(st.st_dev, st.st_ino))
-        return fail_bool(ERROR_USER_MAPPED_FILE);
+        return fail_with(ERROR_USER_MAPPED_FILE, FALSE);
     if (sys_ftruncate(file->fd, position) != 0)
-        return fail_bool_errno(errno);
+        return fail_errno_with(errno, FALSE);
     return TRUE;
 }
 
@@ -479,9 +439,9 @@ BOOL FlushFileBuffers(HANDLE hFile) {
     if (!file)
         return FALSE;
     if (!file->canWrite)
-        return fail_bool(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, FALSE);
     if (sys_fsync(file->fd) != 0)
-        return fail_bool_errno(errno);
+        return fail_errno_with(errno, FALSE);
     return TRUE;
 }
 
@@ -492,7 +452,7 @@ BOOL GetFileTime(HANDLE hFile, LPFILETIME lpCreationTime, LPFILETIME lpLastAcces
         return FALSE;
     FileInfo info;
     if (!file_info(file->fd, "", "", info))
-        return fail_bool_errno(errno);
+        return fail_errno_with(errno, FALSE);
     if (lpCreationTime)
         *lpCreationTime = info.creation;
     if (lpLastAccessTime)

@@ -52,27 +52,35 @@ public:
 
     // The object, or null when the value is not an open handle of this table.
     std::shared_ptr<T> get(HANDLE handle) const {
-        if (!in_range(handle))
-            return nullptr;
-        std::lock_guard<std::mutex> guard(m_lock);
         std::size_t slot = 0;
-        if (!slot_of(handle, slot))
+        const auto guard = lock_slot(handle, slot);
+        if (!guard)
             return nullptr;
         return m_slots[slot];
     }
 
     // Takes the object out of the table; null when there is none.
     std::shared_ptr<T> remove(HANDLE handle) {
-        if (!in_range(handle))
-            return nullptr;
-        std::lock_guard<std::mutex> guard(m_lock);
         std::size_t slot = 0;
-        if (!slot_of(handle, slot))
+        const auto guard = lock_slot(handle, slot);
+        if (!guard)
             return nullptr;
         return std::move(m_slots[slot]);
     }
 
 private:
+    // Locks the table and finds the slot of an open handle; the lock is held
+    // as long as the returned guard lives. An empty guard when the value is
+    // not an open handle of this table.
+    std::unique_lock<std::mutex> lock_slot(HANDLE handle, std::size_t& slot) const {
+        if (!in_range(handle))
+            return {};
+        std::unique_lock<std::mutex> guard(m_lock);
+        if (!slot_of(handle, slot))
+            return {};
+        return guard;
+    }
+
     // Values below the table's range are turned away before the lock is
     // taken, so that CloseHandle reaches the services with lower ranges
     // without waiting here (file mappings are closed from fault handlers).

@@ -36,26 +36,19 @@ using namespace kelwin;
 
 namespace {
 
-BOOL fail_bool(DWORD code) {
-    fail(code);
-    return FALSE;
-}
-
-BOOL fail_bool_errno(int err) {
-    fail_errno(err);
-    return FALSE;
-}
-
 // The path's metadata; false with the Windows error for a missing path set.
 bool stat_existing(const HostPath& path, struct stat& st) {
-    if (!path.parentFound) {
-        fail(ERROR_PATH_NOT_FOUND);
-        return false;
-    }
+    if (!path.parentFound)
+        return fail_with(ERROR_PATH_NOT_FOUND, false);
     if (sys_stat(path.host.c_str(), &st) == 0)
         return true;
-    fail(errno == ENOENT ? missing_error(path) : kelwin_error_from_errno(errno));
-    return false;
+    return fail_with(errno == ENOENT ? missing_error(path) : kelwin_error_from_errno(errno), false);
+}
+
+// Resolves the name a caller gave and reads the metadata of that existing
+// path; false with the last error set.
+bool stat_named(LPCSTR name, HostPath& path, struct stat& st) {
+    return resolve_path(name, path) && stat_existing(path, st);
 }
 
 // Whether some open of the file refuses to share `right` with others. A file
@@ -85,20 +78,16 @@ bool copy_contents(int from, int to) {
         ssize_t n = sys_read(from, buffer.data(), buffer.size());
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0) {
-            fail_errno(errno);
-            return false;
-        }
+        if (n < 0)
+            return fail_errno_with(errno, false);
         if (n == 0)
             break;
         for (ssize_t done = 0; done < n;) {
             ssize_t written = sys_write(to, buffer.data() + done, static_cast<size_t>(n - done));
             if (written < 0 && errno == EINTR)
                 continue;
-            if (written < 0) {
-                fail_errno(errno);
-                return false;
-            }
+            if (written < 0)
+                return fail_errno_with(errno, false);
             done += written;
         }
     }
@@ -159,29 +148,21 @@ std::string temp_file_name(const std::string& base, unsigned number) {
 
 DWORD GetFileAttributesA(LPCSTR lpFileName) {
     HostPath path;
-    if (!resolve_path(lpFileName, path))
-        return INVALID_FILE_ATTRIBUTES;
     struct stat st {};
-    if (!stat_existing(path, st))
+    if (!stat_named(lpFileName, path, st))
         return INVALID_FILE_ATTRIBUTES;
-    if (path.trailingSeparator && !S_ISDIR(st.st_mode)) {
-        fail(ERROR_PATH_NOT_FOUND);
-        return INVALID_FILE_ATTRIBUTES;
-    }
+    if (path.trailingSeparator && !S_ISDIR(st.st_mode))
+        return fail_with(ERROR_PATH_NOT_FOUND, INVALID_FILE_ATTRIBUTES);
     FileInfo info;
-    if (!file_info(AT_FDCWD, path.host.c_str(), path.isRoot ? "" : path.name, info)) {
-        fail_errno(errno);
-        return INVALID_FILE_ATTRIBUTES;
-    }
+    if (!file_info(AT_FDCWD, path.host.c_str(), path.isRoot ? "" : path.name, info))
+        return fail_errno_with(errno, INVALID_FILE_ATTRIBUTES);
     return info.attributes;
 }
 
 BOOL SetFileAttributesA(LPCSTR lpFileName, DWORD dwFileAttributes) {
     HostPath path;
-    if (!resolve_path(lpFileName, path))
-        return FALSE;
     struct stat st {};
-    if (!stat_existing(path, st))
+    if (!stat_named(lpFileName, path, st))
         return FALSE;
     if (S_ISDIR(st.st_mode))
         return TRUE;
@@ -191,7 +172,7 @@ BOOL SetFileAttributesA(LPCSTR lpFileName, DWORD dwFileAttributes) {
     else if (!(mode & S_IWUSR))
         mode |= S_IWUSR | ((mode & S_IRGRP) ? S_IWGRP : 0);
     if (mode != (st.st_mode & 07777) && sys_chmod(path.host.c_str(), mode) != 0)
-        return fail_bool_errno(errno);
+        return fail_errno_with(errno, FALSE);
     return TRUE;
 }
 
@@ -207,7 +188,7 @@ BOOL CopyFileA(LPCSTR lpExistingFileName, LPCSTR lpNewFileName, BOOL bFailIfExis
     if (to == INVALID_HANDLE_VALUE) {
         DWORD error = GetLastError();
         CloseHandle(from);
-        return fail_bool(error);
+        return fail_with(error, FALSE);
     }
     auto source = file_handle_get(from);
     auto target = file_handle_get(to);
@@ -219,30 +200,28 @@ BOOL CopyFileA(LPCSTR lpExistingFileName, LPCSTR lpNewFileName, BOOL bFailIfExis
     CloseHandle(to);
     if (!copied) {
         DeleteFileA(lpNewFileName); // no half-copied file is left behind
-        return fail_bool(error);
+        return fail_with(error, FALSE);
     }
     return TRUE;
 }
 
 BOOL DeleteFileA(LPCSTR lpFileName) {
     HostPath path;
-    if (!resolve_path(lpFileName, path))
-        return FALSE;
     struct stat st {};
-    if (!stat_existing(path, st))
+    if (!stat_named(lpFileName, path, st))
         return FALSE;
     if (S_ISDIR(st.st_mode) || read_only(st))
-        return fail_bool(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, FALSE);
     if (sharing_refused(path.host, kShareDelete))
-        return fail_bool(ERROR_SHARING_VIOLATION);
+        return fail_with(ERROR_SHARING_VIOLATION, FALSE);
     if (sys_unlink(path.host.c_str()) != 0)
-        return fail_bool_errno(errno);
+        return fail_errno_with(errno, FALSE);
     return TRUE;
 }
 
 BOOL MoveFileExA(LPCSTR lpExistingFileName, LPCSTR lpNewFileName, DWORD dwFlags) {
     if (!lpNewFileName || (dwFlags & MOVEFILE_DELAY_UNTIL_REBOOT))
-        return fail_bool(ERROR_INVALID_PARAMETER);
+        return fail_with(ERROR_INVALID_PARAMETER, FALSE);
     HostPath from;
     HostPath to;
     if (!resolve_path(lpExistingFileName, from) || !resolve_path(lpNewFileName, to))
@@ -251,9 +230,9 @@ BOOL MoveFileExA(LPCSTR lpExistingFileName, LPCSTR lpNewFileName, DWORD dwFlags)
     if (!stat_existing(from, source))
         return FALSE;
     if (!to.parentFound)
-        return fail_bool(ERROR_PATH_NOT_FOUND);
+        return fail_with(ERROR_PATH_NOT_FOUND, FALSE);
     if (sharing_refused(from.host, kShareDelete))
-        return fail_bool(ERROR_SHARING_VIOLATION);
+        return fail_with(ERROR_SHARING_VIOLATION, FALSE);
 
     struct stat target {};
     int err = 0;
@@ -263,10 +242,10 @@ BOOL MoveFileExA(LPCSTR lpExistingFileName, LPCSTR lpNewFileName, DWORD dwFlags)
             const std::string renamed = host_child(to.parentHost, to.name);
             err = sys_rename(from.host.c_str(), renamed.c_str()) == 0 ? 0 : errno;
         } else if (!(dwFlags & MOVEFILE_REPLACE_EXISTING)) {
-            return fail_bool(ERROR_ALREADY_EXISTS);
+            return fail_with(ERROR_ALREADY_EXISTS, FALSE);
         } else if (S_ISDIR(target.st_mode) || S_ISDIR(source.st_mode) || read_only(target) ||
                    sharing_refused(to.host, kShareDelete)) {
-            return fail_bool(ERROR_ACCESS_DENIED);
+            return fail_with(ERROR_ACCESS_DENIED, FALSE);
         } else {
             err = sys_rename(from.host.c_str(), to.host.c_str()) == 0 ? 0 : errno;
         }
@@ -276,9 +255,9 @@ BOOL MoveFileExA(LPCSTR lpExistingFileName, LPCSTR lpNewFileName, DWORD dwFlags)
     if (err == EXDEV && (dwFlags & MOVEFILE_COPY_ALLOWED) && !S_ISDIR(source.st_mode))
         return move_by_copy(lpExistingFileName, lpNewFileName, dwFlags);
     if (err == EEXIST)
-        return fail_bool(ERROR_ALREADY_EXISTS);
+        return fail_with(ERROR_ALREADY_EXISTS, FALSE);
     if (err)
-        return fail_bool_errno(err);
+        return fail_errno_with(err, FALSE);
     return TRUE;
 }
 
@@ -287,60 +266,53 @@ BOOL CreateDirectoryA(LPCSTR lpPathName, LPSECURITY_ATTRIBUTES) {
     if (!resolve_path(lpPathName, path))
         return FALSE;
     if (!path.parentFound)
-        return fail_bool(ERROR_PATH_NOT_FOUND);
+        return fail_with(ERROR_PATH_NOT_FOUND, FALSE);
     struct stat st {};
     if (path.isRoot || sys_stat(path.host.c_str(), &st) == 0)
-        return fail_bool(ERROR_ALREADY_EXISTS);
+        return fail_with(ERROR_ALREADY_EXISTS, FALSE);
     if (sys_mkdir(path.host.c_str(), 0777) != 0)
-        return fail_bool_errno(errno);
+        return fail_errno_with(errno, FALSE);
     return TRUE;
 }
 
 BOOL RemoveDirectoryA(LPCSTR lpPathName) {
     HostPath path;
-    if (!resolve_path(lpPathName, path))
-        return FALSE;
     struct stat st {};
-    if (!stat_existing(path, st))
+    if (!stat_named(lpPathName, path, st))
         return FALSE;
     if (!S_ISDIR(st.st_mode))
-        return fail_bool(ERROR_DIRECTORY);
+        return fail_with(ERROR_DIRECTORY, FALSE);
     // Windows keeps the current directory open without sharing its deletion.
     struct stat cwd {};
     if (sys_stat(".", &cwd) == 0 && same_file(st, cwd))
-        return fail_bool(ERROR_SHARING_VIOLATION);
+        return fail_with(ERROR_SHARING_VIOLATION, FALSE);
     if (sys_rmdir(path.host.c_str()) != 0)
-        return fail_bool(errno == ENOTEMPTY || errno == EEXIST ? ERROR_DIR_NOT_EMPTY
-                                                               : kelwin_error_from_errno(errno));
+        return fail_with(errno == ENOTEMPTY || errno == EEXIST ? ERROR_DIR_NOT_EMPTY
+                                                               : kelwin_error_from_errno(errno),
+                         FALSE);
     return TRUE;
 }
 
 UINT GetTempFileNameA(LPCSTR lpPathName, LPCSTR lpPrefixString, UINT uUnique,
                       LPSTR lpTempFileName) {
-    if (!lpPathName || !lpTempFileName) {
-        fail(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
+    if (!lpPathName || !lpTempFileName)
+        return fail_with(ERROR_INVALID_PARAMETER, 0);
     std::string base = lpPathName;
     if (base.empty() || (base.back() != '\\' && base.back() != '/'))
         base += '\\';
     if (lpPrefixString)
         base += std::string(lpPrefixString).substr(0, 3);
     // Room for four hex digits, ".tmp" and the NUL within MAX_PATH.
-    if (base.size() + 4 + 4 + 1 > MAX_PATH) {
-        fail(ERROR_BUFFER_OVERFLOW);
-        return 0;
-    }
+    if (base.size() + 4 + 4 + 1 > MAX_PATH)
+        return fail_with(ERROR_BUFFER_OVERFLOW, 0);
     unsigned number = uUnique & 0xFFFF;
     if (number) {
         std::strcpy(lpTempFileName, temp_file_name(base, number).c_str());
         return number;
     }
     const DWORD attributes = GetFileAttributesA(lpPathName);
-    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-        fail(ERROR_DIRECTORY);
-        return 0;
-    }
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY))
+        return fail_with(ERROR_DIRECTORY, 0);
     const unsigned first = first_unique_number();
     number = first;
     do {

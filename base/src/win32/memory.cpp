@@ -456,20 +456,15 @@ bool host_protection(DWORD protect, int& prot) {
     }
 }
 
-LPVOID fail_pointer(DWORD code) {
-    fail(code);
-    return nullptr;
-}
-
 // Committing pages of an allocation that exists already: memory committed
 // whole is committed already; parts of a reservation are not supported.
 LPVOID commit_existing(std::uintptr_t address) {
     Locked locked;
     const Region* region = region_containing(address);
     if (!region)
-        return fail_pointer(ERROR_INVALID_ADDRESS);
+        return fail_with(ERROR_INVALID_ADDRESS, nullptr);
     if (region->kind != RegionKind::Committed)
-        return fail_pointer(ERROR_NOT_SUPPORTED);
+        return fail_with(ERROR_NOT_SUPPORTED, nullptr);
     return reinterpret_cast<LPVOID>(round_down(address, page_size()));
 }
 
@@ -514,29 +509,19 @@ int mapping_file(HANDLE hFile, bool writable, std::uint64_t& size, struct stat& 
     FileAccess access;
     if (!file_handle_access(hFile, access))
         return -1;
-    if (access.isDirectory || !access.canRead || (writable && !access.canWrite)) {
-        fail(ERROR_ACCESS_DENIED);
-        return -1;
-    }
-    if (sys_fstat(access.fd, &st) != 0) {
-        fail_errno(errno);
-        return -1;
-    }
+    if (access.isDirectory || !access.canRead || (writable && !access.canWrite))
+        return fail_with(ERROR_ACCESS_DENIED, -1);
+    if (sys_fstat(access.fd, &st) != 0)
+        return fail_errno_with(errno, -1);
     const auto fileSize = static_cast<std::uint64_t>(st.st_size);
-    if (size == 0 && fileSize == 0) {
-        fail(ERROR_FILE_INVALID);
-        return -1;
-    }
+    if (size == 0 && fileSize == 0)
+        return fail_with(ERROR_FILE_INVALID, -1);
     if (size == 0)
         size = fileSize;
-    if (size > fileSize && !writable) {
-        fail(ERROR_NOT_ENOUGH_MEMORY);
-        return -1;
-    }
-    if (size > fileSize && sys_ftruncate(access.fd, static_cast<off_t>(size)) != 0) {
-        fail_errno(errno);
-        return -1;
-    }
+    if (size > fileSize && !writable)
+        return fail_with(ERROR_NOT_ENOUGH_MEMORY, -1);
+    if (size > fileSize && sys_ftruncate(access.fd, static_cast<off_t>(size)) != 0)
+        return fail_errno_with(errno, -1);
     const int fd = sys_fcntl(access.fd, F_DUPFD_CLOEXEC, 0);
     if (fd < 0)
         fail_errno(errno);
@@ -546,10 +531,8 @@ int mapping_file(HANDLE hFile, bool writable, std::uint64_t& size, struct stat& 
 // Anonymous memory shared between the views of one mapping object.
 int mapping_memory(std::uint64_t size, struct stat& st) {
     const int fd = sys_memfd_create("basekel-mapping", MFD_CLOEXEC);
-    if (fd < 0) {
-        fail_errno(errno);
-        return -1;
-    }
+    if (fd < 0)
+        return fail_errno_with(errno, -1);
     if (sys_ftruncate(fd, static_cast<off_t>(size)) != 0 || sys_fstat(fd, &st) != 0) {
         fail_errno(errno);
         sys_close(fd);
@@ -609,7 +592,7 @@ LPVOID VirtualAlloc(LPVOID lpAddress, SIZE_T dwSize, DWORD flAllocationType, DWO
     int prot = PROT_NONE;
     if ((flAllocationType & ~known) || !(flAllocationType & (MEM_COMMIT | MEM_RESERVE)) ||
         !host_protection(flProtect, prot) || dwSize == 0)
-        return fail_pointer(ERROR_INVALID_PARAMETER);
+        return fail_with(ERROR_INVALID_PARAMETER, nullptr);
     const auto address = reinterpret_cast<std::uintptr_t>(lpAddress);
     const bool reserve = flAllocationType & MEM_RESERVE;
     if (!reserve && address)
@@ -620,7 +603,7 @@ LPVOID VirtualAlloc(LPVOID lpAddress, SIZE_T dwSize, DWORD flAllocationType, DWO
     std::uintptr_t end = 0;
     if (__builtin_add_overflow(address, dwSize, &end) || !round_up(end, page_size(), end) ||
         (address && end > kMaximumAddress + 1))
-        return fail_pointer(address ? ERROR_INVALID_ADDRESS : ERROR_NOT_ENOUGH_MEMORY);
+        return fail_with(address ? ERROR_INVALID_ADDRESS : ERROR_NOT_ENOUGH_MEMORY, nullptr);
     const std::uintptr_t size = end - start;
 
     Locked locked;
@@ -641,48 +624,34 @@ LPVOID VirtualAlloc(LPVOID lpAddress, SIZE_T dwSize, DWORD flAllocationType, DWO
                   0};
     if (!add_region(region)) {
         sys_munmap(result, size);
-        return fail_pointer(ERROR_NOT_ENOUGH_MEMORY);
+        return fail_with(ERROR_NOT_ENOUGH_MEMORY, nullptr);
     }
     return result;
 }
 
 BOOL VirtualFree(LPVOID lpAddress, SIZE_T dwSize, DWORD dwFreeType) {
-    if (dwFreeType == MEM_DECOMMIT) {
-        fail(ERROR_NOT_SUPPORTED);
-        return FALSE;
-    }
-    if (dwFreeType != MEM_RELEASE || dwSize != 0) {
-        fail(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
+    if (dwFreeType == MEM_DECOMMIT)
+        return fail_with(ERROR_NOT_SUPPORTED, FALSE);
+    if (dwFreeType != MEM_RELEASE || dwSize != 0)
+        return fail_with(ERROR_INVALID_PARAMETER, FALSE);
     const auto address = reinterpret_cast<std::uintptr_t>(lpAddress);
     Locked locked;
     Region* region = region_containing(address);
-    if (region && region->kind == RegionKind::View) {
-        fail(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    if (!region || region->start != address) {
-        fail(ERROR_INVALID_ADDRESS);
-        return FALSE;
-    }
-    if (!release_space(region)) {
-        fail_errno(errno);
-        return FALSE;
-    }
+    if (region && region->kind == RegionKind::View)
+        return fail_with(ERROR_INVALID_PARAMETER, FALSE);
+    if (!region || region->start != address)
+        return fail_with(ERROR_INVALID_ADDRESS, FALSE);
+    if (!release_space(region))
+        return fail_errno_with(errno, FALSE);
     return TRUE;
 }
 
 SIZE_T VirtualQuery(LPCVOID lpAddress, PMEMORY_BASIC_INFORMATION lpBuffer, SIZE_T dwLength) {
-    if (dwLength < sizeof(MEMORY_BASIC_INFORMATION)) {
-        fail(ERROR_BAD_LENGTH);
-        return 0;
-    }
+    if (dwLength < sizeof(MEMORY_BASIC_INFORMATION))
+        return fail_with(ERROR_BAD_LENGTH, 0);
     const auto address = reinterpret_cast<std::uintptr_t>(lpAddress);
-    if (address > kMaximumAddress) {
-        fail(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
+    if (address > kMaximumAddress)
+        return fail_with(ERROR_INVALID_PARAMETER, 0);
     const std::uintptr_t page = round_down(address, page_size());
     MEMORY_BASIC_INFORMATION info{};
     bool ours = false;
@@ -704,10 +673,8 @@ SIZE_T VirtualQuery(LPCVOID lpAddress, PMEMORY_BASIC_INFORMATION lpBuffer, SIZE_
 
 HANDLE CreateFileMappingA(HANDLE hFile, LPSECURITY_ATTRIBUTES, DWORD flProtect,
                           DWORD dwMaximumSizeHigh, DWORD dwMaximumSizeLow, LPCSTR lpName) {
-    if (lpName && *lpName) {
-        fail(ERROR_NOT_SUPPORTED);
-        return nullptr;
-    }
+    if (lpName && *lpName)
+        return fail_with(ERROR_NOT_SUPPORTED, nullptr);
     const DWORD protect = flProtect & 0xFF;
     bool writable = false;
     switch (protect) {
@@ -721,21 +688,16 @@ HANDLE CreateFileMappingA(HANDLE hFile, LPSECURITY_ATTRIBUTES, DWORD flProtect,
     case PAGE_EXECUTE_WRITECOPY:
         break;
     default:
-        fail(ERROR_INVALID_PARAMETER);
-        return nullptr;
+        return fail_with(ERROR_INVALID_PARAMETER, nullptr);
     }
-    if (flProtect & ~(0xFFu | SEC_COMMIT)) {
-        fail(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
+    if (flProtect & ~(0xFFu | SEC_COMMIT))
+        return fail_with(ERROR_INVALID_PARAMETER, nullptr);
     std::uint64_t size = (static_cast<std::uint64_t>(dwMaximumSizeHigh) << 32) | dwMaximumSizeLow;
     struct stat st {};
     int fd = -1;
     if (hFile == INVALID_HANDLE_VALUE) {
-        if (size == 0) {
-            fail(ERROR_INVALID_PARAMETER);
-            return nullptr;
-        }
+        if (size == 0)
+            return fail_with(ERROR_INVALID_PARAMETER, nullptr);
         writable = true; // anonymous memory is always writable through the object
         fd = mapping_memory(size, st);
     } else {
@@ -750,8 +712,7 @@ HANDLE CreateFileMappingA(HANDLE hFile, LPSECURITY_ATTRIBUTES, DWORD flProtect,
     }
     if (!handle) {
         sys_close(fd);
-        fail(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
+        return fail_with(ERROR_NOT_ENOUGH_MEMORY, nullptr);
     }
     SetLastError(ERROR_SUCCESS);
     return handle;
@@ -768,7 +729,7 @@ LPVOID MapViewOfFileEx(HANDLE hFileMappingObject, DWORD dwDesiredAccess, DWORD d
     const bool write = dwDesiredAccess & FILE_MAP_WRITE;
     const bool copy = !write && (dwDesiredAccess & FILE_MAP_COPY);
     if (!(dwDesiredAccess & (FILE_MAP_READ | FILE_MAP_WRITE | FILE_MAP_COPY)))
-        return fail_pointer(ERROR_INVALID_PARAMETER);
+        return fail_with(ERROR_INVALID_PARAMETER, nullptr);
     const std::uint64_t offset =
         (static_cast<std::uint64_t>(dwFileOffsetHigh) << 32) | dwFileOffsetLow;
     const auto base = reinterpret_cast<std::uintptr_t>(lpBaseAddress);
@@ -776,19 +737,19 @@ LPVOID MapViewOfFileEx(HANDLE hFileMappingObject, DWORD dwDesiredAccess, DWORD d
     Locked locked; // the object's descriptor stays open while it is mapped
     const MappingObject* object = mapping_of(hFileMappingObject);
     if (!object)
-        return fail_pointer(ERROR_INVALID_HANDLE);
+        return fail_with(ERROR_INVALID_HANDLE, nullptr);
     if (write && !object->writable)
-        return fail_pointer(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, nullptr);
     if (offset % kGranularity != 0 || base % kGranularity != 0)
-        return fail_pointer(ERROR_MAPPED_ALIGNMENT);
+        return fail_with(ERROR_MAPPED_ALIGNMENT, nullptr);
     if (offset >= object->size || dwNumberOfBytesToMap > object->size - offset)
-        return fail_pointer(ERROR_ACCESS_DENIED);
+        return fail_with(ERROR_ACCESS_DENIED, nullptr);
     const std::uint64_t length =
         dwNumberOfBytesToMap ? dwNumberOfBytesToMap : object->size - offset;
     std::uintptr_t size = 0;
     if (length > kMaximumAddress || !round_up(length, page_size(), size) ||
         (base && size > kMaximumAddress + 1 - base))
-        return fail_pointer(ERROR_NOT_ENOUGH_MEMORY);
+        return fail_with(ERROR_NOT_ENOUGH_MEMORY, nullptr);
 
     const int prot = PROT_READ | ((write || copy) ? PROT_WRITE : 0);
     const int flags = copy ? MAP_PRIVATE : MAP_SHARED;
@@ -808,7 +769,7 @@ LPVOID MapViewOfFileEx(HANDLE hFileMappingObject, DWORD dwDesiredAccess, DWORD d
                   0};
     if (!add_region(region)) {
         sys_munmap(result, size);
-        return fail_pointer(ERROR_NOT_ENOUGH_MEMORY);
+        return fail_with(ERROR_NOT_ENOUGH_MEMORY, nullptr);
     }
     return result;
 }
@@ -816,14 +777,10 @@ LPVOID MapViewOfFileEx(HANDLE hFileMappingObject, DWORD dwDesiredAccess, DWORD d
 BOOL UnmapViewOfFile(LPCVOID lpBaseAddress) {
     Locked locked;
     Region* region = region_containing(reinterpret_cast<std::uintptr_t>(lpBaseAddress));
-    if (!region || region->kind != RegionKind::View) {
-        fail(ERROR_INVALID_ADDRESS);
-        return FALSE;
-    }
-    if (!release_space(region)) {
-        fail_errno(errno);
-        return FALSE;
-    }
+    if (!region || region->kind != RegionKind::View)
+        return fail_with(ERROR_INVALID_ADDRESS, FALSE);
+    if (!release_space(region))
+        return fail_errno_with(errno, FALSE);
     return TRUE;
 }
 

@@ -272,6 +272,13 @@ void resolve_components(const std::string& root, const DosPath& path, HostPath& 
     out.host = current;
 }
 
+// Parses a name a caller gave; an empty or missing name is a path not found.
+bool parse_given(const char* text, DosPath& path) {
+    if (!text || !*text)
+        return fail_with(ERROR_PATH_NOT_FOUND, false);
+    return parse_dos(text, path);
+}
+
 } // namespace
 
 bool same_name(const std::string& a, const std::string& b) {
@@ -284,12 +291,8 @@ bool same_name(const std::string& a, const std::string& b) {
 }
 
 bool full_dos_path(const char* text, std::string& out) {
-    if (!text || !*text) {
-        fail(ERROR_PATH_NOT_FOUND);
-        return false;
-    }
     DosPath path;
-    if (!parse_dos(text, path))
+    if (!parse_given(text, path))
         return false;
     out = path.text();
     return true;
@@ -297,26 +300,16 @@ bool full_dos_path(const char* text, std::string& out) {
 
 bool resolve_path(const char* text, HostPath& out, Wildcards wildcards) {
     out = HostPath();
-    if (!text || !*text) {
-        fail(ERROR_PATH_NOT_FOUND);
-        return false;
-    }
     DosPath path;
-    if (!parse_dos(text, path))
+    if (!parse_given(text, path))
         return false;
-    if (path.unc) {
-        fail(ERROR_BAD_NETPATH);
-        return false;
-    }
-    if (!valid_components(path, wildcards)) {
-        fail(ERROR_INVALID_NAME);
-        return false;
-    }
+    if (path.unc)
+        return fail_with(ERROR_BAD_NETPATH, false);
+    if (!valid_components(path, wildcards))
+        return fail_with(ERROR_INVALID_NAME, false);
     const std::string& root = current_drives().root[upper(path.root[0]) - 'A'];
-    if (root.empty()) {
-        fail(ERROR_PATH_NOT_FOUND);
-        return false;
-    }
+    if (root.empty())
+        return fail_with(ERROR_PATH_NOT_FOUND, false);
     out.dos = path.text();
     out.isRoot = path.parts.empty();
     out.parentIsRoot = path.parts.size() == 1;
@@ -361,10 +354,8 @@ std::string dos_from_host(const std::string& hostPath) {
 bool current_dos_directory(std::string& out) {
     std::vector<char> buffer(PATH_MAX);
     while (!sys_getcwd(buffer.data(), buffer.size())) {
-        if (errno != ERANGE) {
-            fail_errno(errno);
-            return false;
-        }
+        if (errno != ERANGE)
+            return fail_errno_with(errno, false);
         buffer.resize(buffer.size() * 2);
     }
     out = dos_from_host(buffer.data());
