@@ -71,6 +71,8 @@ fi
 step "Windows x86_64 under Wine"
 if build "$top/build/win64" -DCMAKE_BUILD_TYPE=Debug \
         -DCMAKE_TOOLCHAIN_FILE="$top/cmake/mingw-w64-x86_64.cmake"; then
+    # Make the Wine prefix once, before test programs start side by side.
+    "$top/scripts/wine-run.sh" wineboot --init >/dev/null 2>&1 || true
     run_ctest "$top/build/win64"
 else
     status=1; failed=$((failed + 1))
