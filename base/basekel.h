@@ -5,6 +5,7 @@
 #include "kelexport.h"
 #include "kelwin32.h"
 #include "SmartPtr.h"
+#include "ReferenceCount.h"
 #include "Lists.h"
 #include "Geometry.h"
 #include "Transform.h"
