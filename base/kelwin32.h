@@ -37,6 +37,7 @@
 #include "win32/memory.h"
 #include "win32/priority.h"
 #include "win32/exceptions.h"
+#include "win32/threadend.h"
 #endif
 
 #endif

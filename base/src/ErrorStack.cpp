@@ -8,7 +8,6 @@
 #include <memory>
 #include <vector>
 
-#include "LibraryEntry.h"
 #include "LibraryLog.h"
 #include "ThreadErrorState.h"
 
@@ -408,7 +407,7 @@ unsigned long GetErrorCount() {
 }
 
 unsigned int IsExceptionSystemAlive() {
-    PlatformThreadFirstUse();
+    NoteThreadUse();
     return ExistingThreadErrorSystem() ? 1 : 0;
 }
 

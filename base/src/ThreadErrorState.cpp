@@ -1,13 +1,15 @@
 // The per-thread error state: two thread-local slots, attach and detach.
 #include "ThreadErrorState.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
-#include "LibraryEntry.h"
 #include "TlsSlot.h"
 
 namespace {
+
+std::atomic<ThreadFirstUseRoutine> s_firstUseRoutine{nullptr};
 
 // The slots are created on first use, which comes at the latest with process
 // attach, and freed when the library's static objects are destroyed, after
@@ -70,7 +72,7 @@ TErrorSystem* ExistingThreadErrorSystem() {
 }
 
 TErrorSystem* ThreadErrorSystem() {
-    PlatformThreadFirstUse();
+    NoteThreadUse();
     TErrorSystem* stack = ErrorSystemSlot().Get();
     if (stack)
         return stack;
@@ -81,12 +83,21 @@ TErrorSystem* ThreadErrorSystem() {
 }
 
 TException* ThreadException() {
-    PlatformThreadFirstUse();
+    NoteThreadUse();
     TException* record = ExceptionSlot().Get();
     if (record)
         return record;
     AttachThreadErrorState();
     return ExceptionSlot().Get();
+}
+
+void SetThreadFirstUseRoutine(ThreadFirstUseRoutine routine) {
+    s_firstUseRoutine.store(routine, std::memory_order_release);
+}
+
+void NoteThreadUse() {
+    if (ThreadFirstUseRoutine routine = s_firstUseRoutine.load(std::memory_order_acquire))
+        routine();
 }
 
 bool IsThreadInNewHandler() {

@@ -23,6 +23,15 @@ TException* ThreadException();
 // The calling thread's stack if it has one, without attaching it.
 TErrorSystem* ExistingThreadErrorSystem();
 
+// Where the platform does not announce new threads, start-up installs a
+// routine that is called whenever a thread is about to look at its error
+// state (before any of the functions above that attach on first use), so
+// that it can attach the thread and arrange its detach. Null removes it.
+typedef void (*ThreadFirstUseRoutine)();
+void SetThreadFirstUseRoutine(ThreadFirstUseRoutine routine);
+// Calls the installed routine, if any.
+void NoteThreadUse();
+
 // Marks the calling thread as running the memory-failure handler: a second
 // failure while the first is reported must not report again.
 bool IsThreadInNewHandler();

@@ -72,4 +72,22 @@ DWORD GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize) {
     return nSize;
 }
 
+BOOL GetModuleHandleExA(DWORD dwFlags, LPCSTR lpModuleName, HMODULE* phModule) {
+    if (!phModule)
+        return kelwin::fail_with(ERROR_INVALID_PARAMETER, FALSE);
+    *phModule = nullptr;
+    Dl_info info{};
+    if (!(dwFlags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS)) {
+        if (lpModuleName)
+            return kelwin::fail_with(ERROR_NOT_SUPPORTED, FALSE);
+        void* headers = reinterpret_cast<void*>(getauxval(AT_PHDR));
+        if (!headers || !sys_dladdr(headers, &info))
+            return kelwin::fail_with(ERROR_MOD_NOT_FOUND, FALSE);
+    } else if (!sys_dladdr(lpModuleName, &info) || !info.dli_fbase) {
+        return kelwin::fail_with(ERROR_MOD_NOT_FOUND, FALSE);
+    }
+    *phModule = info.dli_fbase;
+    return TRUE;
+}
+
 #endif // !_WIN32
